@@ -1,0 +1,200 @@
+// The three pipelines: each event is one member of an input as it is now, and is followed to its
+// writes before the function returns.
+//
+//     eventToVlanConfigStream   (vlanId, intfId)       writes the entry, its attributes and the
+//                                                      index lagVlanStatus
+//     eventToLagUpdateStream    (lagId, lagMemberId)   writes nothing itself
+//     eventToQuam_pipeline0     merges the two: (entry, lagMemberId) writes lagPhyIntf
+//
+// Each is a fixed chain of filters and writes; a filter that fails ends the event, and what was
+// written before it stays. Nothing happens before the initial scan is done. While an output is to
+// be reconciled, each write (and each removal) first marks its key as seen.
+//
+// The merge finds its entry by invariant: the index holds a pair exactly while the entry exists,
+// because the VLAN stream deletes the entry before the pair, and the deletion walk deletes only
+// entries that were not written in this run, which have no pair.
+#include "VlanSubIntfConfigLib/Trace.h"
+#include "VlanSubIntfConfigLib/VlanSubIntfConfigLib.h"
+
+#include <fmt/ostream.h>
+
+#define ROOT_TRACE(level, function, statement, ...)                                                \
+    DOVRA_TRACE(debugHandler_, level, "ConfigSm", function, DovraCode::Statements::statement,      \
+                __VA_ARGS__)
+#define VLAN_STREAM_TRACE(level, statement, ...)                                                   \
+    ROOT_TRACE(level, "eventToVlanConfigStream", statement, __VA_ARGS__)
+
+namespace VlanSubIntfConfigLib {
+
+using DovraCode::dovraPrint;
+
+void ConfigSm::eventToVlanConfigStream(
+    Bridging::VlanId vlanId, Iftel::IntfId intfId,
+    Qor::Optional<Bridging::VlanPortConfig> const &vlanPortConfig) {
+    if (!initialScanDone_) {
+        return;
+    }
+    VLAN_STREAM_TRACE(7, fromVlanConfig,
+                      "vlanConfigStream = from( bridgingConfig.vlanConfig[].intf[] ): vlanId={} "
+                      "intfId={} vlanPortConfig={}",
+                      dovraPrint(vlanId), dovraPrint(intfId), dovraPrint(vlanPortConfig));
+    if (!Iftel::SubIntfId::isSubIntfId(intfId)) {
+        VLAN_STREAM_TRACE(
+            6, filterSubIntf,
+            "filter( SubIntfId::isSubIntfId( intfId ) ) failed, terminating pipeline");
+        return;
+    }
+    if (configIntfReconciling_) {
+        vlanSubIntfConfigDirConfigIntfOutputSeenIs({vlanId, intfId, true, true});
+    }
+    if (vlanPortConfig) {
+        memberPresent(vlanId, intfId, *vlanPortConfig);
+    } else {
+        memberGone(vlanId, intfId);
+    }
+}
+
+void ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
+                             Bridging::VlanPortConfig const &vlanPortConfig) {
+    auto const config = vlanSubIntfConfigDir_->configIs(vlanId);
+    VLAN_STREAM_TRACE(7, intoConfigIntf,
+                      "into( vlanSubIntfConfigDir.config[ vlanId ].intf[ intfId ] ): inserting "
+                      "k1={}, k2={}, value={}",
+                      dovraPrint(vlanId), dovraPrint(intfId), dovraPrint(intfId));
+    auto const vlanSubIntf = config->intfIs(intfId);
+    VLAN_STREAM_TRACE(7, intoTagOnEgress, "into( vlanSubIntf.tagOnEgress ): inserting value={}",
+                      dovraPrint(vlanPortConfig.tagOnEgress));
+    vlanSubIntf->tagOnEgressIs(vlanPortConfig.tagOnEgress);
+    VLAN_STREAM_TRACE(7, intoDirection,
+                      "into( vlanSubIntf.allowedTrafficDirection ): inserting value={}",
+                      dovraPrint(vlanPortConfig.allowedTrafficDirection));
+    vlanSubIntf->allowedTrafficDirectionIs(vlanPortConfig.allowedTrafficDirection);
+    if (!passesPortChannelFilter(intfId)) {
+        return;
+    }
+    auto const parentIntfId = Iftel::SubIntfId::parentIntfId(intfId);
+    VlanSubIntfStatusLib::VidIntf const vidIntf{intfId, vlanId};
+    auto const status = localAttrStore_->lagVlanStatusIs(parentIntfId)->valueIs();
+    VLAN_STREAM_TRACE(7, intoIntfToVlanMap,
+                      "into( lagVlanStatus[ parentIntfId ].intfToVlanMap[ vidIntf ] ): inserting "
+                      "k1={}, k2={}",
+                      dovraPrint(parentIntfId), fmt::streamed(vidIntf));
+    status->intfToVlanMapIs(vidIntf);
+    auto const lag = lagPhyIntfMapping_->lagPhyIntfConfig(parentIntfId);
+    if (!lag) {
+        // The pair stays in the index: the LAG stream finds it when members come up.
+        VLAN_STREAM_TRACE(6, filterLagConfig,
+                          "filter( lagPhyIntfMapping.lagPhyIntfConfig[ parentIntfId ] ) failed, "
+                          "terminating pipeline");
+        return;
+    }
+    auto const &phyIntf = (*lag)->phyIntf();
+    VLAN_STREAM_TRACE(6, foreachPhyIntf,
+                      "foreach( ( *lagPhyIntfMapping.lagPhyIntfConfig[ parentIntfId ] ).phyIntf ) "
+                      "flattening {} elements",
+                      phyIntf.size());
+    for (auto member = phyIntf.iterator(); member; member.advance()) {
+        VLAN_STREAM_TRACE(9, foreachPhyIntf, "Flattening element: {}", dovraPrint(member.key()));
+        eventToQuam_pipeline0(vlanId, intfId, member.key(), true);
+    }
+}
+
+void ConfigSm::memberGone(Bridging::VlanId vlanId, Iftel::IntfId intfId) {
+    if (auto const config = vlanSubIntfConfigDir_->config(vlanId)) {
+        VLAN_STREAM_TRACE(7, intoConfigIntf,
+                          "into( vlanSubIntfConfigDir.config[ vlanId ].intf[ intfId ] ): deleting "
+                          "k1={}, k2={}",
+                          dovraPrint(vlanId), dovraPrint(intfId));
+        (*config)->intfDel(intfId);
+        if ((*config)->intf().empty()) {
+            vlanSubIntfConfigDir_->configDel(vlanId);
+        }
+    }
+    if (!passesPortChannelFilter(intfId)) {
+        return;
+    }
+    auto const parentIntfId = Iftel::SubIntfId::parentIntfId(intfId);
+    if (auto const entry = localAttrStore_->lagVlanStatus(parentIntfId)) {
+        VlanSubIntfStatusLib::VidIntf const vidIntf{intfId, vlanId};
+        VLAN_STREAM_TRACE(7, intoIntfToVlanMap,
+                          "into( lagVlanStatus[ parentIntfId ].intfToVlanMap[ vidIntf ] ): "
+                          "deleting k1={}, k2={}",
+                          dovraPrint(parentIntfId), fmt::streamed(vidIntf));
+        auto const &status = entry->value();
+        status->intfToVlanMapDel(vidIntf);
+        if (status->intfToVlanMap().empty()) {
+            localAttrStore_->lagVlanStatusDel(parentIntfId);
+        }
+    }
+    VLAN_STREAM_TRACE(6, filterAdd, "filter( add ) failed, terminating pipeline");
+}
+
+bool ConfigSm::passesPortChannelFilter(Iftel::IntfId intfId) const {
+    bool const passes = Iftel::PortChannelIntfId::isPortChannelIntfId(intfId);
+    if (!passes) {
+        VLAN_STREAM_TRACE(6, filterPortChannel,
+                          "filter( PortChannelIntfId::isPortChannelIntfId( intfId ) ) failed, "
+                          "terminating pipeline");
+    }
+    return passes;
+}
+
+void ConfigSm::eventToLagUpdateStream(
+    Iftel::IntfId lagId, Iftel::IntfId lagMemberId,
+    Qor::Optional<Qor::Ptr<Lag::EthPhyIntfLagConfig const>> const &phyIntfLagConfig) {
+    if (!initialScanDone_) {
+        return;
+    }
+    ROOT_TRACE(7, __func__, fromLagUpdate,
+               "lagUpdateStream = from( lagPhyIntfMapping.lagPhyIntfConfig[].phyIntf[] ): "
+               "lagId={} lagMemberId={} phyIntfLagConfig={}",
+               dovraPrint(lagId), dovraPrint(lagMemberId), dovraPrint(phyIntfLagConfig));
+    bool const add = phyIntfLagConfig.hasValue();
+    auto const entry = localAttrStore_->lagVlanStatus(lagId);
+    if (!entry) {
+        ROOT_TRACE(6, __func__, filterLagVlanStatus,
+                   "filter( lagVlanStatus[ lagId ] ) failed, terminating pipeline");
+        return;
+    }
+    auto const status = entry->value();
+    auto const &pairs = status->intfToVlanMap();
+    ROOT_TRACE(6, __func__, foreachVidIntf,
+               "foreach( ( *lagVlanStatus[ lagId ] ).intfToVlanMap ) flattening {} elements",
+               pairs.size());
+    for (auto vidIntf = pairs.iterator(); vidIntf; vidIntf.advance()) {
+        ROOT_TRACE(9, __func__, foreachVidIntf, "Flattening element: {}",
+                   fmt::streamed(vidIntf.key()));
+        eventToQuam_pipeline0(vidIntf.key().vlanId, vidIntf.key().intfId, lagMemberId, add);
+    }
+}
+
+void ConfigSm::eventToQuam_pipeline0(Bridging::VlanId vlanId, Iftel::IntfId subIntfId,
+                                     Iftel::IntfId lagMemberId, bool add) {
+    if (!initialScanDone_) {
+        return;
+    }
+    ROOT_TRACE(7, __func__, merge,
+               "Line 65: merge( vlanConfigStream, lagUpdateStream ): vlanId={} subIntfId={} "
+               "lagMemberId={} add={}",
+               dovraPrint(vlanId), dovraPrint(subIntfId), dovraPrint(lagMemberId), dovraPrint(add));
+    auto const &config = Qor::required(vlanSubIntfConfigDir_->config().lookupNodeG(vlanId)).value();
+    Qor::Ptr<VlanSubIntf> const vlanSubIntf =
+        Qor::required(config->intf().lookupNodeG(subIntfId)).value();
+    if (lagPhyIntfReconciling_) {
+        vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenIs(vlanSubIntf)
+            ->seenIs({lagMemberId, true});
+    }
+    if (add) {
+        ROOT_TRACE(7, __func__, intoLagPhyIntf,
+                   "into( vlanSubIntf.lagPhyIntf[ lagMemberId ] ): inserting k1={}",
+                   dovraPrint(lagMemberId));
+        vlanSubIntf->lagPhyIntfIs(lagMemberId);
+    } else {
+        ROOT_TRACE(7, __func__, intoLagPhyIntf,
+                   "into( vlanSubIntf.lagPhyIntf[ lagMemberId ] ): deleting k1={}",
+                   dovraPrint(lagMemberId));
+        vlanSubIntf->lagPhyIntfDel(lagMemberId);
+    }
+}
+
+} // namespace VlanSubIntfConfigLib

@@ -1,0 +1,94 @@
+#include "platform/Bridging.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <limits>
+#include <ostream>
+
+namespace Bridging {
+namespace {
+
+constexpr Qor::QorTypeBase configType(Config::qorTypeName);
+constexpr Qor::QorTypeBase vlanConfigType(VlanConfig::qorTypeName);
+constexpr Qor::QorTypeBase const *types[] = {&configType, &vlanConfigType};
+constexpr Qor::Module module{"Bridging", types};
+[[maybe_unused]] bool const registered = Qor::qorModuleIs(module);
+
+constexpr std::array<std::string_view, 4> directionWords = {"none", "ingress", "egress", "both"};
+
+} // namespace
+
+VlanId::VlanId(Qor::CharRange &range)
+    : value_(
+          static_cast<std::uint16_t>(range.needNumber(std::numeric_limits<std::uint16_t>::max()))) {
+}
+
+Nuvio::String valueToStrep(VlanId id) {
+    return Nuvio::String(fmt::format("{}", id.value()));
+}
+
+std::ostream &operator<<(std::ostream &out, VlanId const &id) {
+    return out << id.value();
+}
+
+std::ostream &operator<<(std::ostream &out, AllowedTrafficDirection const &direction) {
+    auto const index = static_cast<std::size_t>(direction);
+    if (index < directionWords.size()) {
+        return out << directionWords[index];
+    }
+    return out << "direction " << index;
+}
+
+std::ostream &operator<<(std::ostream &out, VlanPortConfig const &config) {
+    auto const word = [](bool flag) { return flag ? "true" : "false"; };
+    return out << "tagOnEgress=" << word(config.tagOnEgress) << " pvid=" << word(config.pvid)
+               << " allowedTrafficDirection=" << config.allowedTrafficDirection;
+}
+
+Qor::Optional<VlanPortConfig> VlanConfig::intf(Iftel::IntfId id) const {
+    auto const *const node = intf_.lookupNodeG(id);
+    return node ? Qor::Optional(node->value()) : std::nullopt;
+}
+
+void VlanConfig::intfIs(Iftel::IntfId id, VlanPortConfig config) {
+    valueIs(intf_, intfAttribute, id, config);
+}
+
+void VlanConfig::intfDel(Iftel::IntfId id) {
+    memberDel(intf_, intfAttribute, id);
+}
+
+Qor::FwkType VlanConfig::fwkType() const noexcept {
+    return {&module, 1};
+}
+
+Qor::Ptr<Config> Config::ConfigIs() {
+    return Qor::make<Config>();
+}
+
+Qor::Optional<Qor::Ptr<VlanConfig const>> Config::vlanConfig(VlanId id) const {
+    auto const *const node = vlanConfig_.lookupNodeG(id);
+    return node ? Qor::Optional(node->value()) : std::nullopt;
+}
+
+Qor::Ptr<VlanConfig> Config::vlanConfigIs(VlanId id) {
+    auto const vlan = memberIs(vlanConfig_, vlanConfigAttribute, id, [id] {
+        return Qor::Ptr<VlanConfig const>(Qor::make<VlanConfig>(id));
+    });
+    return Qor::Ptr<VlanConfig>(const_cast<VlanConfig *>(vlan.get())); // made writable above
+}
+
+void Config::vlanConfigDel(VlanId id) {
+    memberDel(vlanConfig_, vlanConfigAttribute, id);
+}
+
+void Config::vlanConfigInsertForTest(Qor::Ptr<VlanConfig const> const &vlan) {
+    memberIs(vlanConfig_, vlanConfigAttribute, vlan->vlanId(), [&vlan] { return vlan; });
+}
+
+Qor::FwkType Config::fwkType() const noexcept {
+    return {&module, 0};
+}
+
+} // namespace Bridging

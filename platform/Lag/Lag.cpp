@@ -1,0 +1,70 @@
+#include "platform/Lag.h"
+
+#include <utility>
+
+namespace Lag {
+namespace {
+
+constexpr Qor::QorTypeBase mappingType(LagPhyIntfMapping::qorTypeName);
+constexpr Qor::QorTypeBase lagType(LagPhyIntfConfig::qorTypeName);
+constexpr Qor::QorTypeBase memberType(EthPhyIntfLagConfig::qorTypeName);
+constexpr Qor::QorTypeBase const *types[] = {&mappingType, &lagType, &memberType};
+constexpr Qor::Module module{"Lag", types};
+[[maybe_unused]] bool const registered = Qor::qorModuleIs(module);
+
+} // namespace
+
+Qor::Ptr<EthPhyIntfLagConfig> EthPhyIntfLagConfig::EthPhyIntfLagConfigIs() {
+    return Qor::make<EthPhyIntfLagConfig>();
+}
+
+Qor::FwkType EthPhyIntfLagConfig::fwkType() const noexcept {
+    return {&module, 2};
+}
+
+Qor::Optional<Qor::Ptr<EthPhyIntfLagConfig const>>
+LagPhyIntfConfig::phyIntf(Iftel::IntfId id) const {
+    auto const *const node = phyIntf_.lookupNodeG(id);
+    return node ? Qor::Optional(node->value()) : std::nullopt;
+}
+
+void LagPhyIntfConfig::phyIntfIs(Iftel::IntfId id, Qor::Ptr<EthPhyIntfLagConfig const> config) {
+    valueIs(phyIntf_, phyIntfAttribute, id, std::move(config));
+}
+
+void LagPhyIntfConfig::phyIntfDel(Iftel::IntfId id) {
+    memberDel(phyIntf_, phyIntfAttribute, id);
+}
+
+Qor::FwkType LagPhyIntfConfig::fwkType() const noexcept {
+    return {&module, 1};
+}
+
+Qor::Ptr<LagPhyIntfMapping> LagPhyIntfMapping::LagPhyIntfMappingIs() {
+    return Qor::make<LagPhyIntfMapping>();
+}
+
+Qor::Optional<Qor::Ptr<LagPhyIntfConfig>>
+LagPhyIntfMapping::lagPhyIntfConfig(Iftel::IntfId id) const {
+    auto const *const node = lagPhyIntfConfig_.lookupNodeG(id);
+    return node ? Qor::Optional(node->value()) : std::nullopt;
+}
+
+Qor::Ptr<LagPhyIntfConfig> LagPhyIntfMapping::lagPhyIntfConfigIs(Iftel::IntfId id) {
+    return memberIs(lagPhyIntfConfig_, lagPhyIntfConfigAttribute, id,
+                    [id] { return Qor::make<LagPhyIntfConfig>(id); });
+}
+
+void LagPhyIntfMapping::lagPhyIntfConfigDel(Iftel::IntfId id) {
+    memberDel(lagPhyIntfConfig_, lagPhyIntfConfigAttribute, id);
+}
+
+void LagPhyIntfMapping::lagPhyIntfConfigInsertForTest(Qor::Ptr<LagPhyIntfConfig> const &lag) {
+    memberIs(lagPhyIntfConfig_, lagPhyIntfConfigAttribute, lag->intfId(), [&lag] { return lag; });
+}
+
+Qor::FwkType LagPhyIntfMapping::fwkType() const noexcept {
+    return {&module, 0};
+}
+
+} // namespace Lag

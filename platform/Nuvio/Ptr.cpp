@@ -1,0 +1,7 @@
+#include "platform/Nuvio/Ptr.h"
+
+namespace Nuvio {
+
+bool ThreadControl::tsp_ = false;
+
+} // namespace Nuvio

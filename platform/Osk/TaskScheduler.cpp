@@ -1,0 +1,130 @@
+#include "platform/Osk/TaskScheduler.h"
+
+#include <utility>
+
+namespace Osk {
+namespace {
+
+constexpr Qor::QorTypeBase taskType(Task::qorTypeName);
+constexpr Qor::QorTypeBase schedulerType(TaskScheduler::qorTypeName);
+constexpr Qor::QorTypeBase const *types[] = {&taskType, &schedulerType};
+constexpr Qor::Module module{"Osk", types};
+[[maybe_unused]] bool const registered = Qor::qorModuleIs(module);
+
+/// A task that nobody listens to has its request wait.
+bool isReady(Task const &task) noexcept {
+    return task.hasNotificationActive() && task.publisher().hasSubscribers();
+}
+
+Qor::Ptr<TaskScheduler> &defaultScheduler() {
+    static Qor::Ptr<TaskScheduler> scheduler;
+    return scheduler;
+}
+
+} // namespace
+
+Qor::FwkType Task::fwkType() const noexcept {
+    return {&module, 0};
+}
+
+Qor::FwkType TaskScheduler::fwkType() const noexcept {
+    return {&module, 1};
+}
+
+TaskScheduler::TaskScheduler() : share_(std::make_unique<TimeShare>(defaultShare)) {}
+
+Qor::Ptr<TaskScheduler> TaskScheduler::TaskSchedulerIs() {
+    return Qor::make<TaskScheduler>();
+}
+
+void TaskScheduler::shareIs(std::unique_ptr<Share> share) noexcept {
+    NUVIO_ASSERT(share != nullptr && running_ == nullptr);
+    share_ = std::move(share);
+}
+
+void TaskScheduler::enqueue(Task &task) noexcept {
+    Line &queue = line(task);
+    task.queued_ = true;
+    task.next_ = nullptr;
+    task.previous_ = queue.last;
+    (queue.last ? queue.last->next_ : queue.first) = &task;
+    queue.last = &task;
+}
+
+void TaskScheduler::dequeue(Task &task) noexcept {
+    Line &queue = line(task);
+    (task.previous_ ? task.previous_->next_ : queue.first) = task.next_;
+    (task.next_ ? task.next_->previous_ : queue.last) = task.previous_;
+    task.queued_ = false;
+}
+
+Task *TaskScheduler::nextReady() noexcept {
+    Task *chosen = nullptr;
+    Line *chosenLine = nullptr;
+    // From the highest priority down: the first ready task, unless a lower one has waited its fill.
+    for (std::size_t i = lines_.size(); i-- > 0;) {
+        Line &queue = lines_[i];
+        Task *task = queue.first;
+        while (task && !isReady(*task)) {
+            task = task->next_;
+        }
+        if (!task) {
+            queue.bypasses = 0;
+        } else if (!chosen || ++queue.bypasses > maxBypasses) {
+            chosen = task;
+            chosenLine = &queue;
+        }
+    }
+    if (chosenLine) {
+        chosenLine->bypasses = 0;
+    }
+    return chosen;
+}
+
+bool TaskScheduler::runOne() {
+    NUVIO_ASSERT(running_ == nullptr && "a run does not nest");
+    Qor::Ptr<TaskScheduler> const self(this); // the task may hold the last reference
+    Qor::Ptr<Task> const task(nextReady());
+    if (!task) {
+        return false;
+    }
+    dequeue(*task);
+    running_ = task.get();
+    share_->runBegins();
+    task->run();
+    running_ = nullptr;
+    return true;
+}
+
+std::uint64_t TaskScheduler::runUntilIdle() {
+    Qor::Ptr<TaskScheduler> const self(this); // for the test that follows the last run
+    std::uint64_t runs = 0;
+    while (runOne()) {
+        ++runs;
+    }
+    return runs;
+}
+
+bool TaskScheduler::hasWork() const noexcept {
+    for (Line const &queue : lines_) {
+        for (Task const *task = queue.first; task; task = task->next_) {
+            if (isReady(*task)) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+Qor::Ptr<TaskScheduler> const &TaskSchedulerRoot::findOrCreateScheduler() {
+    if (!defaultScheduler()) {
+        defaultScheduler() = TaskScheduler::TaskSchedulerIs();
+    }
+    return defaultScheduler();
+}
+
+void TaskSchedulerRoot::schedulerDelForTest() noexcept {
+    defaultScheduler() = nullptr;
+}
+
+} // namespace Osk

@@ -1,0 +1,83 @@
+// The cooperative scheduler: one thread, one task at a time.
+//
+// Higher priority first, first come first served within one; a lower priority that waits gets its
+// turn after maxBypasses runs of higher ones. A host's event loop calls runOne() as long as it
+// returns true, between its other events.
+//
+//     while (scheduler->runOne()) { pollOtherEvents(); }
+#pragma once
+
+#include "platform/Nuvio/Export.h"
+#include "platform/Osk/Share.h"
+#include "platform/Osk/Task.h"
+#include "platform/Qor/Pool.h"
+#include "platform/Qor/PtrInterface.h"
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+namespace Osk {
+
+class NUVIO_EXPORT TaskScheduler final : public Qor::PtrInterface,
+                                         public Qor::PoolAllocated<TaskScheduler> {
+  public:
+    static constexpr std::string_view qorTypeName = "Osk::TaskScheduler";
+    static constexpr std::chrono::milliseconds defaultShare{5};
+    /// Runs of higher priorities that a waiting task lets pass before it has its turn.
+    static constexpr std::uint32_t maxBypasses = 32;
+
+    [[nodiscard]] static Qor::Ptr<TaskScheduler> TaskSchedulerIs();
+
+    /// Run the task whose turn it is. False: none is ready.
+    /// Requires: no task of this scheduler is running (a run does not nest).
+    bool runOne();
+    /// Run until no task is ready; returns the number of runs.
+    std::uint64_t runUntilIdle();
+    /// A task is ready: requested, and with a subscriber.
+    [[nodiscard]] bool hasWork() const noexcept;
+
+    /// A run may take this long (default 5 ms).
+    void shareIs(std::chrono::nanoseconds limit) { shareIs(std::make_unique<TimeShare>(limit)); }
+    /// Let `share` decide when a run has used its share. Requires: not null, no task is running.
+    void shareIs(std::unique_ptr<Share> share) noexcept;
+
+    [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
+
+  private:
+    friend class Task;
+    friend Qor::Ptr<TaskScheduler> Qor::make<TaskScheduler>();
+
+    /// The queued tasks of one priority, oldest first.
+    struct Line {
+        Task *first = nullptr;
+        Task *last = nullptr;
+        std::uint32_t bypasses = 0; ///< runs of others since it could have had a turn
+    };
+
+    TaskScheduler();
+    ~TaskScheduler() override = default;
+    void enqueue(Task &task) noexcept;
+    void dequeue(Task &task) noexcept;
+    [[nodiscard]] Task *nextReady() noexcept;
+    [[nodiscard]] Line &line(Task const &task) noexcept {
+        return lines_[static_cast<std::size_t>(task.taskPriority())];
+    }
+
+    std::array<Line, taskPriorities> lines_;
+    std::unique_ptr<Share> share_;
+    Task const *running_ = nullptr;
+};
+
+class NUVIO_EXPORT TaskSchedulerRoot {
+  public:
+    /// The process's default scheduler, made at the first call and kept.
+    [[nodiscard]] static Qor::Ptr<TaskScheduler> const &findOrCreateScheduler();
+    /// Let go of it, so that a test starts without one.
+    static void schedulerDelForTest() noexcept;
+};
+
+} // namespace Osk

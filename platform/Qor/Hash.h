@@ -1,0 +1,68 @@
+// The runtime's seeded hash.
+//
+// Collections seed it with hashSeed32(), which is random per process, XORed with a constant of the
+// container's type: crafted keys cannot degrade a table, and copying one table into another in
+// iteration order stays linear. QOR_HASH_SEED in the environment (decimal, or hexadecimal after
+// 0x) fixes the seed, so that a run can be repeated.
+//
+// The mixer is a multiply and xor-shift permutation of 64 bits; its constants are the odd numbers
+// of the golden ratio and of Stafford's variant 13 of the MurmurHash3 finaliser. Not cryptographic.
+#pragma once
+
+#include "platform/Nuvio/Export.h"
+
+#include <concepts>
+#include <cstdint>
+
+namespace Qor {
+
+class NUVIO_EXPORT HashHelper {
+  public:
+    /// The process's seed.
+    [[nodiscard]] static std::uint32_t hashSeed32() noexcept { return seed_; }
+    /// Replace the seed. Requires: no collection of the process has an entry.
+    static void hashSeed32IsForTest(std::uint32_t seed) noexcept { seed_ = seed; }
+
+  private:
+    static std::uint32_t seed_;
+};
+
+namespace Impl {
+
+[[nodiscard]] constexpr std::uint64_t hashMix64(std::uint64_t x) noexcept {
+    x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9U;
+    x = (x ^ (x >> 27)) * 0x94D049BB133111EBU;
+    return x ^ (x >> 31);
+}
+
+constexpr std::uint64_t hashStep = 0x9E3779B97F4A7C15U;
+
+} // namespace Impl
+
+/// Hash of one field of 16 to 64 bits.
+template <std::unsigned_integral Field>
+[[nodiscard]] constexpr std::uint32_t hashSingleAttr(std::uint32_t seed, Field field) noexcept {
+    return static_cast<std::uint32_t>(
+        Impl::hashMix64(std::uint64_t{field} + (seed + std::uint64_t{1}) * Impl::hashStep) >> 32);
+}
+
+/// Hash of several fields, mixed in one by one; the width of a field takes part.
+class Hash {
+  public:
+    explicit constexpr Hash(std::uint32_t seed) noexcept : seed_(seed) {}
+
+    template <std::unsigned_integral Field> constexpr void hashMix(Field field) noexcept {
+        word_ = Impl::hashMix64(word_ + std::uint64_t{field} + sizeof(Field) * Impl::hashStep);
+    }
+    constexpr void hashMix(bool field) noexcept { hashMix(static_cast<std::uint8_t>(field)); }
+
+    [[nodiscard]] constexpr std::uint32_t result() const noexcept {
+        return hashSingleAttr(seed_, word_);
+    }
+
+  private:
+    std::uint32_t seed_;
+    std::uint64_t word_ = 0;
+};
+
+} // namespace Qor

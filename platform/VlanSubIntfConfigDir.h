@@ -1,0 +1,126 @@
+// VlanSubIntfConfigDir: the derived configuration of VLAN subinterfaces, the machine's output.
+//
+//     VlanSubIntfConfigDir.config[ VlanId ] -> VlanSubIntfConfig.intf[ IntfId ] -> VlanSubIntf
+//         VlanSubIntf: lagPhyIntf (set of IntfId), tagOnEgress, allowedTrafficDirection
+//
+// The machine writes it and hosts read and observe it; a host fills it only before it makes the
+// machine, with what an earlier run left. Each mutator publishes a real change after it is made.
+// A directory owns its entries; readers hold a Ptr as long as they look, and do not write inputs
+// inside a notice of it.
+#pragma once
+
+#include "platform/Bridging/VlanId.h"
+#include "platform/Bridging/VlanPortConfig.h"
+#include "platform/Iftel/IntfId.h"
+#include "platform/Nuvio/Export.h"
+#include "platform/Qor/Entity.h"
+#include "platform/Qor/HashMap2018.h"
+#include "platform/Qor/Pool.h"
+
+#include <string_view>
+
+namespace VlanSubIntfConfigLib {
+
+/// One subinterface in one VLAN. With its set of members it is one object of a cache line, plus the
+/// set's array.
+class NUVIO_EXPORT VlanSubIntf final : public Qor::DerivedEntity,
+                                       public Qor::PoolAllocated<VlanSubIntf> {
+  public:
+    static constexpr std::string_view qorTypeName = "VlanSubIntfConfigLib::VlanSubIntf";
+    static constexpr short lagPhyIntfAttribute = 130;
+    static constexpr short tagOnEgressAttribute = 131;
+    static constexpr short allowedTrafficDirectionAttribute = 132;
+    using LagPhyIntfSet = Qor::HashMap2018<Iftel::IntfId, void, 0x6BAE05AF>;
+
+    explicit VlanSubIntf(Iftel::IntfId id) noexcept : intfId_(id) {}
+
+    [[nodiscard]] Iftel::IntfId intfId() const noexcept { return intfId_; }
+
+    /// The LAG members over which the subinterface's traffic runs.
+    [[nodiscard]] LagPhyIntfSet const &lagPhyIntf() const noexcept { return lagPhyIntf_; }
+    [[nodiscard]] bool lagPhyIntf(Iftel::IntfId member) const noexcept {
+        return lagPhyIntf_.memberHas(member);
+    }
+    void lagPhyIntfIs(Iftel::IntfId member);
+    void lagPhyIntfDel(Iftel::IntfId member);
+
+    [[nodiscard]] bool tagOnEgress() const noexcept { return tagOnEgress_; }
+    void tagOnEgressIs(bool tag);
+
+    [[nodiscard]] Bridging::AllowedTrafficDirection allowedTrafficDirection() const noexcept {
+        return allowedTrafficDirection_;
+    }
+    void allowedTrafficDirectionIs(Bridging::AllowedTrafficDirection direction);
+
+    [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
+
+  private:
+    LagPhyIntfSet lagPhyIntf_;
+    Iftel::IntfId intfId_;
+    bool tagOnEgress_ = false;
+    Bridging::AllowedTrafficDirection allowedTrafficDirection_ =
+        Bridging::AllowedTrafficDirection::none;
+};
+static_assert(sizeof(VlanSubIntf) <= 64, "one cache line");
+
+/// The subinterfaces of one VLAN.
+class NUVIO_EXPORT VlanSubIntfConfig final : public Qor::DerivedEntity,
+                                             public Qor::PoolAllocated<VlanSubIntfConfig> {
+  public:
+    static constexpr std::string_view qorTypeName = "VlanSubIntfConfigLib::VlanSubIntfConfig";
+    static constexpr short intfAttribute = 130;
+    struct IntfIdOf {
+        Iftel::IntfId operator()(Qor::Ptr<VlanSubIntf> const &subIntf) const noexcept {
+            return subIntf->intfId();
+        }
+    };
+    using IntfMap = Qor::HashMap2018<Iftel::IntfId, Qor::Ptr<VlanSubIntf>, 0x40CF24F4, IntfIdOf>;
+
+    explicit VlanSubIntfConfig(Bridging::VlanId id) noexcept : vlanId_(id) {}
+
+    [[nodiscard]] Bridging::VlanId vlanId() const noexcept { return vlanId_; }
+
+    [[nodiscard]] IntfMap const &intf() const noexcept { return intf_; }
+    [[nodiscard]] Qor::Optional<Qor::Ptr<VlanSubIntf>> intf(Iftel::IntfId id) const;
+    Qor::Ptr<VlanSubIntf> intfIs(Iftel::IntfId id);
+    void intfDel(Iftel::IntfId id);
+
+    [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
+
+  private:
+    IntfMap intf_;
+    Bridging::VlanId vlanId_;
+};
+
+/// The directory.
+class NUVIO_EXPORT VlanSubIntfConfigDir final : public Qor::DerivedEntity,
+                                                public Qor::PoolAllocated<VlanSubIntfConfigDir> {
+  public:
+    static constexpr std::string_view qorTypeName = "VlanSubIntfConfigLib::VlanSubIntfConfigDir";
+    static constexpr short configAttribute = 130;
+    struct VlanIdOf {
+        Bridging::VlanId operator()(Qor::Ptr<VlanSubIntfConfig> const &config) const noexcept {
+            return config->vlanId();
+        }
+    };
+    using ConfigMap =
+        Qor::HashMap2018<Bridging::VlanId, Qor::Ptr<VlanSubIntfConfig>, 0xC703BEE6, VlanIdOf>;
+
+    /// A new, empty directory with notifications on.
+    [[nodiscard]] static Qor::Ptr<VlanSubIntfConfigDir> VlanSubIntfConfigDirIs();
+
+    [[nodiscard]] ConfigMap const &config() const noexcept { return config_; }
+    [[nodiscard]] Qor::Optional<Qor::Ptr<VlanSubIntfConfig>> config(Bridging::VlanId id) const;
+    Qor::Ptr<VlanSubIntfConfig> configIs(Bridging::VlanId id);
+    void configDel(Bridging::VlanId id);
+
+    [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
+
+  private:
+    friend Qor::Ptr<VlanSubIntfConfigDir> Qor::make<VlanSubIntfConfigDir>();
+    VlanSubIntfConfigDir() noexcept = default;
+
+    ConfigMap config_;
+};
+
+} // namespace VlanSubIntfConfigLib

@@ -1,0 +1,61 @@
+// VlanSubIntfStatusLib: which VLANs ride on a port-channel through its subinterfaces.
+//
+//     VlanStatus.intfToVlanMap: set of VidIntf
+//
+// A machine keeps one VlanStatus per port-channel in its local store, so that a change of a LAG
+// member finds every subinterface concerned without a scan of the bridging configuration.
+#pragma once
+
+#include "platform/Bridging/VlanId.h"
+#include "platform/Iftel/IntfId.h"
+#include "platform/Nuvio/Export.h"
+#include "platform/Qor/Entity.h"
+#include "platform/Qor/HashMap2018.h"
+#include "platform/Qor/Pool.h"
+
+#include <compare>
+#include <cstdint>
+#include <iosfwd>
+#include <string_view>
+
+namespace VlanSubIntfStatusLib {
+
+/// One (subinterface, VLAN) pair.
+struct VidIntf {
+    Iftel::IntfId intfId;
+    Bridging::VlanId vlanId;
+
+    [[nodiscard]] std::uint32_t hash(std::uint32_t seed) const noexcept {
+        Qor::Hash hash(seed);
+        hash.hashMix(intfId.bits());
+        hash.hashMix(vlanId.value());
+        return hash.result();
+    }
+    friend auto operator<=>(VidIntf const &, VidIntf const &) noexcept = default;
+};
+
+NUVIO_EXPORT std::ostream &operator<<(std::ostream &out, VidIntf const &pair);
+
+class NUVIO_EXPORT VlanStatus final : public Qor::DerivedEntity,
+                                      public Qor::PoolAllocated<VlanStatus> {
+  public:
+    static constexpr std::string_view qorTypeName = "VlanSubIntfStatusLib::VlanStatus";
+    static constexpr short intfToVlanMapAttribute = 130;
+    using VidIntfSet = Qor::HashMap2018<VidIntf, void, 0x97B30F52>;
+
+    VlanStatus() noexcept = default;
+
+    [[nodiscard]] VidIntfSet const &intfToVlanMap() const noexcept { return intfToVlanMap_; }
+    [[nodiscard]] bool intfToVlanMap(VidIntf const &pair) const noexcept {
+        return intfToVlanMap_.memberHas(pair);
+    }
+    void intfToVlanMapIs(VidIntf const &pair);
+    void intfToVlanMapDel(VidIntf const &pair);
+
+    [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
+
+  private:
+    VidIntfSet intfToVlanMap_;
+};
+
+} // namespace VlanSubIntfStatusLib
