@@ -214,6 +214,12 @@ template <class Stream> void InputChildSm<Stream>::handleKey(MemberKey memberKey
     Stream::event(*root(), key(), memberKey, value);
 }
 
+template <class Stream> void InputChildSm<Stream>::handleKeyHeld(MemberKey memberKey) {
+    Qor::Ptr<Root> const rootHold(root());
+    Qor::Ptr<InputChildSm> const hold(this);
+    handleKey(memberKey);
+}
+
 template <class Stream> void InputChildSm<Stream>::handleKeyReactor(MemberKey memberKey) {
     Qor::Ptr<Root> const rootHold(root());
     Qor::Ptr<InputChildSm> const hold(this);
@@ -445,6 +451,12 @@ template <class Stream> void InputParentSm<Stream>::handleKey(Key key) {
     }
 }
 
+template <class Stream> void InputParentSm<Stream>::handleKeyHeld(Key key) {
+    Qor::Ptr<Root> const rootHold(root());
+    Qor::Ptr<InputParentSm> const hold(this);
+    handleKey(key);
+}
+
 template <class Stream> void InputParentSm<Stream>::handleKeyReactor(Key key) {
     Qor::Ptr<Root> const rootHold(root());
     Qor::Ptr<InputParentSm> const hold(this);
@@ -472,7 +484,7 @@ template <class Stream>
 Qor::Ptr<InputChildSm<Stream>>
 InputParentSm<Stream>::childSmIs(Qor::Ptr<ChildEn const> const &element, InputParentSm *parentSm) {
     if (!element) {
-        Qor::throwMutatorArgNullPointerException(fwkType(), childSmAttribute, "en");
+        Qor::throwMutatorArgNullPointerException(fwkType().type(), childSmAttribute, "en");
     }
     auto child = childSm(Stream::keyOf(*element));
     if (!child) {
@@ -481,7 +493,7 @@ InputParentSm<Stream>::childSmIs(Qor::Ptr<ChildEn const> const &element, InputPa
     } else if (child->en() == element) {
         child->parentIs(parentSm);
     } else {
-        Qor::Impl::throwMutatorReinstantiating(child->fwkType(), childEnAttribute);
+        Qor::Impl::throwMutatorReinstantiating(child->fwkType().type(), childEnAttribute);
     }
     return child;
 }

@@ -28,11 +28,13 @@
 #include "platform/Bridging.h"
 #include "platform/Lag.h"
 #include "platform/Nuvio/DebugHandler.h"
+#include "platform/Qor/Attribute.h"
 #include "platform/Qor/HashMap2018.h"
 #include "platform/Qor/Pool.h"
 #include "platform/Quam/InputStateMachine.h"
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace VlanSubIntfConfigLib {
@@ -62,7 +64,9 @@ struct VlanStream {
     static constexpr std::string_view childTypeName =
         "VlanSubIntfConfigLib::DovraCode::ConfigSm::IntfSm1";
     static constexpr std::string_view handleElement = "handleVlanConfig";
+    static constexpr std::string_view handleElementReactor = "handleVlanConfigReactor";
     static constexpr std::string_view handleMember = "handleIntf";
+    static constexpr std::string_view handleMemberReactor = "handleIntfReactor";
     static constexpr std::string_view memberCollection = "intf";
     static constexpr char const *taskName =
         "VlanSubIntfConfigLib::ConfigSm-VlanConfigSm0InputScanTask";
@@ -85,7 +89,7 @@ struct VlanStream {
                                                           Root *root) {
             return Qor::make<Sm>(en, root);
         }
-        void handleVlanConfig(Key vlanId) { self().handleKey(vlanId); }
+        void handleVlanConfig(Key vlanId) { self().handleKeyHeld(vlanId); }
         void handleVlanConfigReactor(Key vlanId) { self().handleKeyReactor(vlanId); }
 
       private:
@@ -96,7 +100,7 @@ struct VlanStream {
                                                     InputParentSm<VlanStream> *parent) {
             return Qor::make<Sm>(en, parent);
         }
-        void handleIntf(MemberKey intfId) { self().handleKey(intfId); }
+        void handleIntf(MemberKey intfId) { self().handleKeyHeld(intfId); }
         void handleIntfReactor(MemberKey intfId) { self().handleKeyReactor(intfId); }
 
       private:
@@ -122,7 +126,9 @@ struct LagStream {
     static constexpr std::string_view childTypeName =
         "VlanSubIntfConfigLib::DovraCode::ConfigSm::PhyIntfSm3";
     static constexpr std::string_view handleElement = "handleLagPhyIntfConfig";
+    static constexpr std::string_view handleElementReactor = "handleLagPhyIntfConfigReactor";
     static constexpr std::string_view handleMember = "handlePhyIntf";
+    static constexpr std::string_view handleMemberReactor = "handlePhyIntfReactor";
     static constexpr std::string_view memberCollection = "phyIntf";
     static constexpr char const *taskName =
         "VlanSubIntfConfigLib::ConfigSm-LagPhyIntfConfigSm2InputScanTask";
@@ -145,7 +151,7 @@ struct LagStream {
                                                                 Root *root) {
             return Qor::make<Sm>(en, root);
         }
-        void handleLagPhyIntfConfig(Key lagId) { self().handleKey(lagId); }
+        void handleLagPhyIntfConfig(Key lagId) { self().handleKeyHeld(lagId); }
         void handleLagPhyIntfConfigReactor(Key lagId) { self().handleKeyReactor(lagId); }
 
       private:
@@ -156,7 +162,7 @@ struct LagStream {
                                                        InputParentSm<LagStream> *parent) {
             return Qor::make<Sm>(en, parent);
         }
-        void handlePhyIntf(MemberKey memberId) { self().handleKey(memberId); }
+        void handlePhyIntf(MemberKey memberId) { self().handleKeyHeld(memberId); }
         void handlePhyIntfReactor(MemberKey memberId) { self().handleKeyReactor(memberId); }
 
       private:
@@ -196,6 +202,8 @@ class InputChildSm final : public Quam::Gen::InputStateMachine,
 
     /// Tell the root about one member as it is now.
     void handleKey(MemberKey memberKey);
+    /// The same called from outside: the root is held.
+    void handleKeyHeld(MemberKey memberKey);
     /// The same for a change notice: at once, in full.
     void handleKeyReactor(MemberKey memberKey);
     /// Tell the root that every member is gone.
@@ -204,6 +212,7 @@ class InputChildSm final : public Quam::Gen::InputStateMachine,
                            void const *memberKey, void const *) noexcept;
 
     void hasNotificationActiveIs(bool active) noexcept override;
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override {
         return fwkTypeOf(Stream::childType);
     }
@@ -234,6 +243,7 @@ class InputParentSm final : public Quam::Gen::InputStateMachine,
                             public Stream::template ParentNames<InputParentSm<Stream>>,
                             public Qor::PoolAllocated<InputParentSm<Stream>> {
   public:
+    using StreamType = Stream;
     using Child = InputChildSm<Stream>;
     using En = typename Stream::ParentEn;
     using ChildEn = typename Stream::ChildEn;
@@ -278,6 +288,8 @@ class InputParentSm final : public Quam::Gen::InputStateMachine,
 
     /// Bring the child of one element into being, up to date, or to an end.
     void handleKey(Key key);
+    /// The same called from outside: the root is held.
+    void handleKeyHeld(Key key);
     /// The same for a change notice: at once, in full.
     void handleKeyReactor(Key key);
     /// Remove every child, each after its members' removal events.
@@ -294,6 +306,7 @@ class InputParentSm final : public Quam::Gen::InputStateMachine,
     [[nodiscard]] bool scanning() const noexcept { return scanning_; }
 
     void hasNotificationActiveIs(bool active) noexcept override;
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override {
         return fwkTypeOf(Stream::parentType);
     }

@@ -11,11 +11,13 @@
 
 #include "VlanSubIntfConfigLib/Types.h"
 #include "platform/Iftel/IntfId.h"
+#include "platform/Qor/Attribute.h"
 #include "platform/Qor/HashMap2018.h"
 #include "platform/Qor/Pool.h"
 #include "platform/QorNuvio/StateObject.h"
 #include "platform/VlanSubIntfStatusLib.h"
 
+#include <span>
 #include <string_view>
 
 namespace VlanSubIntfConfigLib::DovraCode::ConfigSm {
@@ -44,6 +46,7 @@ class LocalAttrIftelIntfIdVlanSubIntfStatusLibVlanStatusPtr final
     /// Take the value out; null if there is none.
     Qor::Ptr<VlanSubIntfStatusLib::VlanStatus> valueDel() noexcept;
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override {
         return fwkTypeOf(TypeIndex::localAttr);
     }
@@ -83,6 +86,7 @@ class LocalAttrStore final : public QorNuvio::StateObject,
     /// Remove every entry, each with its notice.
     void lagVlanStatusDelAll() noexcept;
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override {
         return fwkTypeOf(TypeIndex::localAttrStore);
     }

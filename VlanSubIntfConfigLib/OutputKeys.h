@@ -15,15 +15,23 @@
 #include "platform/Bridging/VlanId.h"
 #include "platform/Iftel/IntfId.h"
 #include "platform/Nuvio/String.h"
+#include "platform/Qor/Attribute.h"
 #include "platform/Qor/Text.h"
+#include "platform/Qor/Value.h"
 
 #include <compare>
 #include <cstdint>
 #include <iosfwd>
+#include <span>
+#include <string>
+#include <string_view>
 
 namespace VlanSubIntfConfigLib {
 
 struct ConfigIntfOutputKey {
+    static constexpr std::string_view qorTypeName =
+        "VlanSubIntfConfigLib::ConfigSm::VlanSubIntfConfigDirConfigIntfOutputKeyType";
+
     Bridging::VlanId k0;
     Iftel::IntfId k1;
     bool k0Valid = false;
@@ -47,9 +55,15 @@ struct ConfigIntfOutputKey {
     }
     /// By VLAN number, interface, then the flags, false before true.
     bool operator<(ConfigIntfOutputKey const &other) const noexcept;
+
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
 };
 
 struct LagPhyIntfOutputKey {
+    static constexpr std::string_view qorTypeName =
+        "VlanSubIntfConfigLib::ConfigSm::"
+        "VlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputKeyType";
+
     Iftel::IntfId k0;
     bool k0Valid = false;
 
@@ -70,6 +84,8 @@ struct LagPhyIntfOutputKey {
     }
     /// By interface, then the flag, false before true.
     bool operator<(LagPhyIntfOutputKey const &other) const noexcept;
+
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
 };
 
 [[nodiscard]] Nuvio::String valueToStrep(ConfigIntfOutputKey const &key);
@@ -78,3 +94,27 @@ std::ostream &operator<<(std::ostream &out, ConfigIntfOutputKey const &key);
 std::ostream &operator<<(std::ostream &out, LagPhyIntfOutputKey const &key);
 
 } // namespace VlanSubIntfConfigLib
+
+namespace VlanSubIntfConfigLib::Impl {
+
+/// The generic interface's view of both: named, printed and entered by the text form.
+template <class Key> struct OutputKeyTraits {
+    static constexpr std::string_view name = Key::qorTypeName;
+    static std::string text(Key const &key) { return std::string(valueToStrep(key).view()); }
+    static Key parse(std::string_view text) {
+        return Qor::strepToValue<Key>(Nuvio::String(text), nullptr);
+    }
+};
+
+} // namespace VlanSubIntfConfigLib::Impl
+
+template <>
+struct Qor::ValueTraits<VlanSubIntfConfigLib::ConfigIntfOutputKey>
+    : VlanSubIntfConfigLib::Impl::OutputKeyTraits<VlanSubIntfConfigLib::ConfigIntfOutputKey> {
+    static Qor::TypeImpl const &attributes();
+};
+template <>
+struct Qor::ValueTraits<VlanSubIntfConfigLib::LagPhyIntfOutputKey>
+    : VlanSubIntfConfigLib::Impl::OutputKeyTraits<VlanSubIntfConfigLib::LagPhyIntfOutputKey> {
+    static Qor::TypeImpl const &attributes();
+};

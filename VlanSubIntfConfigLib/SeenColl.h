@@ -4,11 +4,13 @@
 
 #include "VlanSubIntfConfigLib/OutputKeys.h"
 #include "VlanSubIntfConfigLib/Types.h"
+#include "platform/Qor/Attribute.h"
 #include "platform/Qor/HashMap2018.h"
 #include "platform/Qor/Pool.h"
 #include "platform/Qor/PtrInterface.h"
 #include "platform/VlanSubIntfConfigDir.h"
 
+#include <span>
 #include <string_view>
 
 namespace VlanSubIntfConfigLib {
@@ -32,6 +34,7 @@ class LagPhyIntfOutputColl final : public Qor::PtrInterface,
     void seenDel(LagPhyIntfOutputKey const &key);
     void seenDelAll();
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override {
         return fwkTypeOf(TypeIndex::lagPhyIntfOutputColl);
     }

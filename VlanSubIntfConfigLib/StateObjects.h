@@ -6,11 +6,13 @@
 #pragma once
 
 #include "VlanSubIntfConfigLib/Types.h"
+#include "platform/Qor/Attribute.h"
 #include "platform/Qor/Pool.h"
 #include "platform/QorNuvio/StateObject.h"
 
 #include <array>
 #include <cstddef>
+#include <span>
 #include <string_view>
 
 namespace VlanSubIntfConfigLib::DovraCode::ConfigSm {
@@ -36,6 +38,7 @@ class InputSmScanState final : public QorNuvio::StateObject,
     /// Idle from here on.
     void handleIdle() { idleIs(true); }
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override {
         return fwkTypeOf(TypeIndex::inputSmScanState);
     }
@@ -113,6 +116,7 @@ class OutputState final : public QorNuvio::StateObject, public Qor::PoolAllocate
         outputReadyIs(Output::configIntf, ready);
     }
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override {
         return fwkTypeOf(TypeIndex::outputState);
     }

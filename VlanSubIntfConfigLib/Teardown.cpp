@@ -91,6 +91,12 @@ Qor::Ptr<ConfigSm::LocalAttrStore> ConfigSm::localAttrStoreDel() noexcept {
     return std::exchange(localAttrStore_, nullptr);
 }
 
+Qor::Ptr<Osk::TaskScheduler> ConfigSm::schedulerDel() noexcept {
+    auto old = dovraControl_.scheduler();
+    dovraControl_.schedulerIs(nullptr);
+    return old;
+}
+
 ConfigSm::~ConfigSm() {
     ConfigSm::qorDoZombieReactors(true);
     subscriptionIs(false, inputSmScanStateSubscriber_, inputSmScanState_);

@@ -1,27 +1,35 @@
+// The library's module: one registration per generated type, in the order of TypeIndex.
 #include "VlanSubIntfConfigLib/Types.h"
+
+#include "VlanSubIntfConfigLib/VlanSubIntfConfigLib.h"
+#include "platform/Qor/Attribute.h"
 
 namespace VlanSubIntfConfigLib {
 namespace {
 
-// In the order of TypeIndex.
+namespace Sm = DovraCode::ConfigSm;
+
+/// A key type: a value with attributes.
+template <class Key> constexpr Qor::TypeImpl keyTypeOf() {
+    return Qor::TypeImpl(Key::qorTypeName, nullptr, Key::qorAttributes);
+}
+
 constexpr Qor::QorTypeBase inputStateMachine("Quam::Gen::InputStateMachine");
-constexpr Qor::QorTypeBase table[] = {
-    {"VlanSubIntfConfigLib::DovraCode::ConfigSm::InputSmScanState"},
-    {"VlanSubIntfConfigLib::DovraCode::ConfigSm::OutputState"},
-    {"VlanSubIntfConfigLib::DovraCode::ConfigSm::LocalAttrStore"},
-    {"VlanSubIntfConfigLib::DovraCode::ConfigSm::"
-     "LocalAttrIftelIntfIdVlanSubIntfStatusLibVlanStatusPtr"},
-    {"VlanSubIntfConfigLib::DovraCode::ConfigSm::PhyIntfSm3", &inputStateMachine},
-    {"VlanSubIntfConfigLib::DovraCode::ConfigSm::LagPhyIntfConfigSm2", &inputStateMachine},
-    {"VlanSubIntfConfigLib::DovraCode::ConfigSm::IntfSm1", &inputStateMachine},
-    {"VlanSubIntfConfigLib::DovraCode::ConfigSm::VlanConfigSm0", &inputStateMachine},
-    {"VlanSubIntfConfigLib::ConfigSm::VlanSubIntfConfigDirConfigIntfOutputKeyType"},
-    {"VlanSubIntfConfigLib::ConfigSm::VlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputKeyType"},
-    {"VlanSubIntfConfigLib::ConfigSm::VlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputCollType"},
-    {"VlanSubIntfConfigLib::ConfigSm"}};
-constexpr Qor::QorTypeBase const *types[] = {&table[0], &table[1], &table[2],  &table[3],
-                                             &table[4], &table[5], &table[6],  &table[7],
-                                             &table[8], &table[9], &table[10], &table[11]};
+constexpr Qor::TypeImpl table[] = {Qor::typeOf<Sm::InputSmScanState>(),
+                                   Qor::typeOf<Sm::OutputState>(),
+                                   Qor::typeOf<Sm::LocalAttrStore>(),
+                                   Qor::typeOf<Sm::LocalAttrStore::Entry>(),
+                                   Qor::typeOf<Sm::PhyIntfSm3>(&inputStateMachine),
+                                   Qor::typeOf<Sm::LagPhyIntfConfigSm2>(&inputStateMachine),
+                                   Qor::typeOf<Sm::IntfSm1>(&inputStateMachine),
+                                   Qor::typeOf<Sm::VlanConfigSm0>(&inputStateMachine),
+                                   keyTypeOf<ConfigIntfOutputKey>(),
+                                   keyTypeOf<LagPhyIntfOutputKey>(),
+                                   Qor::typeOf<LagPhyIntfOutputColl>(),
+                                   Qor::typeOf<ConfigSm>()};
+constexpr Qor::TypeImpl const *types[] = {&table[0], &table[1], &table[2],  &table[3],
+                                          &table[4], &table[5], &table[6],  &table[7],
+                                          &table[8], &table[9], &table[10], &table[11]};
 constexpr Qor::Module module{"VlanSubIntfConfigLib", types};
 [[maybe_unused]] bool const registered = Qor::qorModuleIs(module);
 

@@ -39,6 +39,7 @@
 #include "platform/Quam.h"
 #include "platform/VlanSubIntfConfigDir.h"
 
+#include <span>
 #include <string_view>
 
 namespace VlanSubIntfConfigLib {
@@ -80,6 +81,7 @@ class NUVIO_EXPORT ConfigSm final : public Qor::PtrInterface, public Qor::PoolAl
     ~ConfigSm() override;
 
     void hasNotificationActiveIs(bool active) noexcept override;
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override {
         return fwkTypeOf(TypeIndex::configSm);
     }
@@ -111,7 +113,14 @@ class NUVIO_EXPORT ConfigSm final : public Qor::PtrInterface, public Qor::PoolAl
     [[nodiscard]] Qor::Ptr<Osk::TaskScheduler> const &scheduler() const noexcept {
         return dovraControl_.scheduler();
     }
+    void schedulerIs(Qor::Ptr<Osk::TaskScheduler> const &newScheduler) noexcept {
+        dovraControl_.schedulerIs(newScheduler);
+    }
+    Qor::Ptr<Osk::TaskScheduler> schedulerDel() noexcept;
     [[nodiscard]] Osk::TaskPriority priority() const noexcept { return dovraControl_.priority(); }
+    void priorityIs(Osk::TaskPriority newPriority) noexcept {
+        dovraControl_.priorityIs(newPriority);
+    }
 
     // Start-up state.
 

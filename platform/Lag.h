@@ -10,10 +10,12 @@
 
 #include "platform/Iftel/IntfId.h"
 #include "platform/Nuvio/Export.h"
+#include "platform/Qor/Attribute.h"
 #include "platform/Qor/Entity.h"
 #include "platform/Qor/HashMap2018.h"
 #include "platform/Qor/Pool.h"
 
+#include <span>
 #include <string_view>
 
 namespace Lag {
@@ -26,6 +28,7 @@ class NUVIO_EXPORT EthPhyIntfLagConfig final : public Qor::InputEntity,
 
     [[nodiscard]] static Qor::Ptr<EthPhyIntfLagConfig> EthPhyIntfLagConfigIs();
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
 
   private:
@@ -55,6 +58,7 @@ class NUVIO_EXPORT LagPhyIntfConfig final : public Qor::InputEntity,
     /// Remove a member if there is one.
     void phyIntfDel(Iftel::IntfId id);
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
 
   private:
@@ -92,6 +96,7 @@ class NUVIO_EXPORT LagPhyIntfMapping final : public Qor::InputEntity,
     /// Insert a LAG that has members already, in one notice; replaces none.
     void lagPhyIntfConfigInsertForTest(Qor::Ptr<LagPhyIntfConfig> const &lag);
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
 
   private:

@@ -8,12 +8,17 @@
 //   HashMap2018.h    the keyed collection: hash-ordered, with resumable iterators
 //   Text.h           text forms of values: printing, parsing, typed exceptions
 //   Exceptions.h     the runtime's typed exceptions
+//   Value.h          a value whose type is known only while the program runs
+//   Attribute.h      the tables of attributes that types register
+//   GenericIf.h      read, write, walk and invoke any object's attributes by number
 //   Entity.h         objects that publish their changes, and their collections
 #pragma once
 
 #include "platform/Nuvio.h"
+#include "platform/Qor/Attribute.h"
 #include "platform/Qor/Entity.h"
 #include "platform/Qor/Exceptions.h"
+#include "platform/Qor/GenericIf.h"
 #include "platform/Qor/Hash.h"
 #include "platform/Qor/HashMap2018.h"
 #include "platform/Qor/Optional.h"
@@ -21,3 +26,4 @@
 #include "platform/Qor/PtrInterface.h"
 #include "platform/Qor/Text.h"
 #include "platform/Qor/Type.h"
+#include "platform/Qor/Value.h"

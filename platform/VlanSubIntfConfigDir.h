@@ -13,10 +13,12 @@
 #include "platform/Bridging/VlanPortConfig.h"
 #include "platform/Iftel/IntfId.h"
 #include "platform/Nuvio/Export.h"
+#include "platform/Qor/Attribute.h"
 #include "platform/Qor/Entity.h"
 #include "platform/Qor/HashMap2018.h"
 #include "platform/Qor/Pool.h"
 
+#include <span>
 #include <string_view>
 
 namespace VlanSubIntfConfigLib {
@@ -52,6 +54,7 @@ class NUVIO_EXPORT VlanSubIntf final : public Qor::DerivedEntity,
     }
     void allowedTrafficDirectionIs(Bridging::AllowedTrafficDirection direction);
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
 
   private:
@@ -85,6 +88,7 @@ class NUVIO_EXPORT VlanSubIntfConfig final : public Qor::DerivedEntity,
     Qor::Ptr<VlanSubIntf> intfIs(Iftel::IntfId id);
     void intfDel(Iftel::IntfId id);
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
 
   private:
@@ -114,6 +118,7 @@ class NUVIO_EXPORT VlanSubIntfConfigDir final : public Qor::DerivedEntity,
     Qor::Ptr<VlanSubIntfConfig> configIs(Bridging::VlanId id);
     void configDel(Bridging::VlanId id);
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
 
   private:

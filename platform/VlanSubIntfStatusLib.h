@@ -9,13 +9,17 @@
 #include "platform/Bridging/VlanId.h"
 #include "platform/Iftel/IntfId.h"
 #include "platform/Nuvio/Export.h"
+#include "platform/Qor/Attribute.h"
 #include "platform/Qor/Entity.h"
 #include "platform/Qor/HashMap2018.h"
 #include "platform/Qor/Pool.h"
+#include "platform/Qor/Value.h"
 
 #include <compare>
 #include <cstdint>
 #include <iosfwd>
+#include <span>
+#include <string>
 #include <string_view>
 
 namespace VlanSubIntfStatusLib {
@@ -52,6 +56,7 @@ class NUVIO_EXPORT VlanStatus final : public Qor::DerivedEntity,
     void intfToVlanMapIs(VidIntf const &pair);
     void intfToVlanMapDel(VidIntf const &pair);
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
 
   private:
@@ -59,3 +64,8 @@ class NUVIO_EXPORT VlanStatus final : public Qor::DerivedEntity,
 };
 
 } // namespace VlanSubIntfStatusLib
+
+template <> struct NUVIO_EXPORT Qor::ValueTraits<VlanSubIntfStatusLib::VidIntf> {
+    static constexpr std::string_view name = "VlanSubIntfStatusLib::VidIntf";
+    static std::string text(VlanSubIntfStatusLib::VidIntf const &value);
+};

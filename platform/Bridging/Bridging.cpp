@@ -5,13 +5,15 @@
 #include <array>
 #include <limits>
 #include <ostream>
+#include <span>
+#include <sstream>
 
 namespace Bridging {
 namespace {
 
-constexpr Qor::QorTypeBase configType(Config::qorTypeName);
-constexpr Qor::QorTypeBase vlanConfigType(VlanConfig::qorTypeName);
-constexpr Qor::QorTypeBase const *types[] = {&configType, &vlanConfigType};
+constexpr Qor::TypeImpl configType = Qor::typeOf<Config>();
+constexpr Qor::TypeImpl vlanConfigType = Qor::typeOf<VlanConfig>();
+constexpr Qor::TypeImpl const *types[] = {&configType, &vlanConfigType};
 constexpr Qor::Module module{"Bridging", types};
 [[maybe_unused]] bool const registered = Qor::qorModuleIs(module);
 
@@ -59,6 +61,12 @@ void VlanConfig::intfDel(Iftel::IntfId id) {
     memberDel(intf_, intfAttribute, id);
 }
 
+std::span<Qor::Attribute const> VlanConfig::qorAttributes() noexcept {
+    static constexpr Qor::Attribute table[] = {
+        Qor::collection<&VlanConfig::intf_>(intfAttribute, "intf")};
+    return table;
+}
+
 Qor::FwkType VlanConfig::fwkType() const noexcept {
     return {&module, 1};
 }
@@ -87,8 +95,83 @@ void Config::vlanConfigInsertForTest(Qor::Ptr<VlanConfig const> const &vlan) {
     memberIs(vlanConfig_, vlanConfigAttribute, vlan->vlanId(), [&vlan] { return vlan; });
 }
 
+std::span<Qor::Attribute const> Config::qorAttributes() noexcept {
+    static constexpr Qor::Attribute table[] = {
+        Qor::collection<&Config::vlanConfig_>(vlanConfigAttribute, "vlanConfig")};
+    return table;
+}
+
 Qor::FwkType Config::fwkType() const noexcept {
     return {&module, 0};
 }
 
 } // namespace Bridging
+
+namespace Qor {
+namespace {
+
+template <class T> std::string streamed(T const &value) {
+    std::ostringstream out;
+    out << value;
+    return out.str();
+}
+
+template <class T> T parsedWhole(CharRange range, T (*parse)(CharRange &)) {
+    T const value = parse(range);
+    range.checkAllDataConsumed();
+    return value;
+}
+
+bool needFlag(CharRange &range) {
+    if (range.takeString("true")) {
+        return true;
+    }
+    range.needString("false");
+    return false;
+}
+
+Bridging::AllowedTrafficDirection needDirection(CharRange &range) {
+    for (std::size_t i = 0; i < Bridging::directionWords.size(); ++i) {
+        if (range.takeString(Bridging::directionWords[i])) {
+            return static_cast<Bridging::AllowedTrafficDirection>(i);
+        }
+    }
+    range.fail("none, ingress, egress or both");
+}
+
+Bridging::VlanPortConfig needVlanPortConfig(CharRange &range) {
+    Bridging::VlanPortConfig config;
+    range.needString("tagOnEgress=");
+    config.tagOnEgress = needFlag(range);
+    range.needString(" pvid=");
+    config.pvid = needFlag(range);
+    range.needString(" allowedTrafficDirection=");
+    config.allowedTrafficDirection = needDirection(range);
+    return config;
+}
+
+} // namespace
+
+Bridging::VlanId ValueTraits<Bridging::VlanId>::parse(std::string_view text) {
+    return strepToValue<Bridging::VlanId>(String(text), nullptr);
+}
+
+std::string
+ValueTraits<Bridging::AllowedTrafficDirection>::text(Bridging::AllowedTrafficDirection value) {
+    return streamed(value);
+}
+
+Bridging::AllowedTrafficDirection
+ValueTraits<Bridging::AllowedTrafficDirection>::parse(std::string_view text) {
+    return parsedWhole(CharRange(text), needDirection);
+}
+
+std::string ValueTraits<Bridging::VlanPortConfig>::text(Bridging::VlanPortConfig const &value) {
+    return streamed(value);
+}
+
+Bridging::VlanPortConfig ValueTraits<Bridging::VlanPortConfig>::parse(std::string_view text) {
+    return parsedWhole(CharRange(text), needVlanPortConfig);
+}
+
+} // namespace Qor

@@ -5,11 +5,13 @@
 #include "platform/Bridging/VlanPortConfig.h"
 #include "platform/Iftel/IntfId.h"
 #include "platform/Nuvio/Export.h"
+#include "platform/Qor/Attribute.h"
 #include "platform/Qor/Entity.h"
 #include "platform/Qor/HashMap2018.h"
 #include "platform/Qor/Pool.h"
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace Bridging {
@@ -34,6 +36,7 @@ class NUVIO_EXPORT VlanConfig final : public Qor::InputEntity,
     /// Remove a member if there is one.
     void intfDel(Iftel::IntfId id);
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
 
   private:
@@ -67,6 +70,7 @@ class NUVIO_EXPORT Config final : public Qor::InputEntity, public Qor::PoolAlloc
     /// Insert a VLAN that has members already, in one notice; replaces none.
     void vlanConfigInsertForTest(Qor::Ptr<VlanConfig const> const &vlan);
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
 
   private:

@@ -5,6 +5,7 @@
 #include "platform/Nuvio/String.h"
 #include "platform/Qor/Hash.h"
 #include "platform/Qor/Text.h"
+#include "platform/Qor/Value.h"
 
 #include <compare>
 #include <cstdint>
@@ -33,3 +34,9 @@ NUVIO_EXPORT Nuvio::String valueToStrep(VlanId id);
 NUVIO_EXPORT std::ostream &operator<<(std::ostream &out, VlanId const &id);
 
 } // namespace Bridging
+
+template <> struct NUVIO_EXPORT Qor::ValueTraits<Bridging::VlanId> {
+    static constexpr std::string_view name = "Bridging::VlanId";
+    static std::string text(Bridging::VlanId value) { return std::to_string(value.value()); }
+    static Bridging::VlanId parse(std::string_view text);
+};

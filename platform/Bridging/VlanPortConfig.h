@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/Nuvio/Export.h"
+#include "platform/Qor/Value.h"
 
 #include <cstdint>
 #include <iosfwd>
@@ -26,3 +27,15 @@ struct VlanPortConfig {
 NUVIO_EXPORT std::ostream &operator<<(std::ostream &out, VlanPortConfig const &config);
 
 } // namespace Bridging
+
+/// Both read back what they print.
+template <> struct NUVIO_EXPORT Qor::ValueTraits<Bridging::AllowedTrafficDirection> {
+    static constexpr std::string_view name = "Bridging::AllowedTrafficDirection";
+    static std::string text(Bridging::AllowedTrafficDirection value);
+    static Bridging::AllowedTrafficDirection parse(std::string_view text);
+};
+template <> struct NUVIO_EXPORT Qor::ValueTraits<Bridging::VlanPortConfig> {
+    static constexpr std::string_view name = "Bridging::VlanPortConfig";
+    static std::string text(Bridging::VlanPortConfig const &value);
+    static Bridging::VlanPortConfig parse(std::string_view text);
+};

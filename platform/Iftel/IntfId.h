@@ -18,10 +18,13 @@
 #include "platform/Nuvio/String.h"
 #include "platform/Qor/Hash.h"
 #include "platform/Qor/Text.h"
+#include "platform/Qor/Value.h"
 
 #include <compare>
 #include <cstdint>
 #include <iosfwd>
+#include <string>
+#include <string_view>
 
 namespace Iftel {
 
@@ -115,3 +118,10 @@ struct PortChannelIntfId {
 };
 
 } // namespace Iftel
+
+/// The name; the empty one is the default identifier.
+template <> struct NUVIO_EXPORT Qor::ValueTraits<Iftel::IntfId> {
+    static constexpr std::string_view name = "Iftel::IntfId";
+    static std::string text(Iftel::IntfId value) { return std::string(value.stringValue().view()); }
+    static Iftel::IntfId parse(std::string_view text) { return Iftel::IntfId(Nuvio::String(text)); }
+};

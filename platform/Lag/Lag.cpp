@@ -5,10 +5,10 @@
 namespace Lag {
 namespace {
 
-constexpr Qor::QorTypeBase mappingType(LagPhyIntfMapping::qorTypeName);
-constexpr Qor::QorTypeBase lagType(LagPhyIntfConfig::qorTypeName);
-constexpr Qor::QorTypeBase memberType(EthPhyIntfLagConfig::qorTypeName);
-constexpr Qor::QorTypeBase const *types[] = {&mappingType, &lagType, &memberType};
+constexpr Qor::TypeImpl mappingType = Qor::typeOf<LagPhyIntfMapping>();
+constexpr Qor::TypeImpl lagType = Qor::typeOf<LagPhyIntfConfig>();
+constexpr Qor::TypeImpl memberType = Qor::typeOf<EthPhyIntfLagConfig>();
+constexpr Qor::TypeImpl const *types[] = {&mappingType, &lagType, &memberType};
 constexpr Qor::Module module{"Lag", types};
 [[maybe_unused]] bool const registered = Qor::qorModuleIs(module);
 
@@ -16,6 +16,10 @@ constexpr Qor::Module module{"Lag", types};
 
 Qor::Ptr<EthPhyIntfLagConfig> EthPhyIntfLagConfig::EthPhyIntfLagConfigIs() {
     return Qor::make<EthPhyIntfLagConfig>();
+}
+
+std::span<Qor::Attribute const> EthPhyIntfLagConfig::qorAttributes() noexcept {
+    return {};
 }
 
 Qor::FwkType EthPhyIntfLagConfig::fwkType() const noexcept {
@@ -34,6 +38,12 @@ void LagPhyIntfConfig::phyIntfIs(Iftel::IntfId id, Qor::Ptr<EthPhyIntfLagConfig 
 
 void LagPhyIntfConfig::phyIntfDel(Iftel::IntfId id) {
     memberDel(phyIntf_, phyIntfAttribute, id);
+}
+
+std::span<Qor::Attribute const> LagPhyIntfConfig::qorAttributes() noexcept {
+    static constexpr Qor::Attribute table[] = {
+        Qor::collection<&LagPhyIntfConfig::phyIntf_>(phyIntfAttribute, "phyIntf")};
+    return table;
 }
 
 Qor::FwkType LagPhyIntfConfig::fwkType() const noexcept {
@@ -61,6 +71,13 @@ void LagPhyIntfMapping::lagPhyIntfConfigDel(Iftel::IntfId id) {
 
 void LagPhyIntfMapping::lagPhyIntfConfigInsertForTest(Qor::Ptr<LagPhyIntfConfig> const &lag) {
     memberIs(lagPhyIntfConfig_, lagPhyIntfConfigAttribute, lag->intfId(), [&lag] { return lag; });
+}
+
+std::span<Qor::Attribute const> LagPhyIntfMapping::qorAttributes() noexcept {
+    static constexpr Qor::Attribute table[] = {
+        Qor::collection<&LagPhyIntfMapping::lagPhyIntfConfig_>(lagPhyIntfConfigAttribute,
+                                                               "lagPhyIntfConfig")};
+    return table;
 }
 
 Qor::FwkType LagPhyIntfMapping::fwkType() const noexcept {

@@ -15,12 +15,16 @@
 
 #include "platform/Nuvio/Export.h"
 #include "platform/Nuvio/String.h"
+#include "platform/Qor/Attribute.h"
 #include "platform/Qor/Entity.h"
 #include "platform/Qor/Pool.h"
+#include "platform/Qor/Value.h"
 
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <string>
 #include <string_view>
 
 namespace Osk {
@@ -73,6 +77,7 @@ class NUVIO_EXPORT Task final : public Qor::Entity, public Qor::PoolAllocated<Ta
 
     [[nodiscard]] Statistics const &statistics() const noexcept { return statistics_; }
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
 
   private:
@@ -91,3 +96,10 @@ class NUVIO_EXPORT Task final : public Qor::Entity, public Qor::PoolAllocated<Ta
 };
 
 } // namespace Osk
+
+/// "background", "low", "normal" or "high".
+template <> struct NUVIO_EXPORT Qor::ValueTraits<Osk::TaskPriority> {
+    static constexpr std::string_view name = "Osk::TaskPriority";
+    static std::string text(Osk::TaskPriority value);
+    static Osk::TaskPriority parse(std::string_view text);
+};

@@ -5,9 +5,9 @@
 namespace Osk {
 namespace {
 
-constexpr Qor::QorTypeBase taskType(Task::qorTypeName);
-constexpr Qor::QorTypeBase schedulerType(TaskScheduler::qorTypeName);
-constexpr Qor::QorTypeBase const *types[] = {&taskType, &schedulerType};
+constexpr Qor::TypeImpl taskType = Qor::typeOf<Task>();
+constexpr Qor::TypeImpl schedulerType = Qor::typeOf<TaskScheduler>();
+constexpr Qor::TypeImpl const *types[] = {&taskType, &schedulerType};
 constexpr Qor::Module module{"Osk", types};
 [[maybe_unused]] bool const registered = Qor::qorModuleIs(module);
 
@@ -29,6 +29,27 @@ Qor::FwkType Task::fwkType() const noexcept {
 
 Qor::FwkType TaskScheduler::fwkType() const noexcept {
     return {&module, 1};
+}
+
+std::span<Qor::Attribute const> Task::qorAttributes() noexcept {
+    static constexpr Qor::Attribute table[] = {
+        Qor::property<&Task::taskName>(130, "taskName"),
+        Qor::method<&Task::scheduleTask>(runAttribute, "scheduleTask"),
+        Qor::property<&Task::taskPriority, &Task::taskPriorityIs>(132, "taskPriority"),
+        Qor::property<&Task::taskScheduler>(133, "taskScheduler"),
+        Qor::computed<&Task::taskQueued>(134, "taskQueued"),
+        Qor::computed<&Task::taskWorkPending>(135, "taskWorkPending")};
+    static_assert(Qor::numbersGrow(table));
+    return table;
+}
+
+std::span<Qor::Attribute const> TaskScheduler::qorAttributes() noexcept {
+    static constexpr Qor::Attribute table[] = {
+        Qor::computed<&TaskScheduler::hasWork>(130, "hasWork"),
+        Qor::method<&TaskScheduler::runOne>(131, "runOne"),
+        Qor::method<&TaskScheduler::runUntilIdle>(132, "runUntilIdle")};
+    static_assert(Qor::numbersGrow(table));
+    return table;
 }
 
 TaskScheduler::TaskScheduler() : share_(std::make_unique<TimeShare>(defaultShare)) {}
@@ -128,3 +149,23 @@ void TaskSchedulerRoot::schedulerDelForTest() noexcept {
 }
 
 } // namespace Osk
+
+namespace {
+
+constexpr std::array<std::string_view, Osk::taskPriorities> priorityWords = {"background", "low",
+                                                                             "normal", "high"};
+
+} // namespace
+
+std::string Qor::ValueTraits<Osk::TaskPriority>::text(Osk::TaskPriority value) {
+    return std::string(priorityWords[static_cast<std::size_t>(value)]);
+}
+
+Osk::TaskPriority Qor::ValueTraits<Osk::TaskPriority>::parse(std::string_view text) {
+    for (std::size_t i = 0; i < priorityWords.size(); ++i) {
+        if (text == priorityWords[i]) {
+            return static_cast<Osk::TaskPriority>(i);
+        }
+    }
+    CharRange(text).fail("background, low, normal or high");
+}

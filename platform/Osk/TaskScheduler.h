@@ -10,6 +10,7 @@
 #include "platform/Nuvio/Export.h"
 #include "platform/Osk/Share.h"
 #include "platform/Osk/Task.h"
+#include "platform/Qor/Attribute.h"
 #include "platform/Qor/Pool.h"
 #include "platform/Qor/PtrInterface.h"
 
@@ -18,6 +19,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string_view>
 
 namespace Osk {
@@ -45,6 +47,7 @@ class NUVIO_EXPORT TaskScheduler final : public Qor::PtrInterface,
     /// Let `share` decide when a run has used its share. Requires: not null, no task is running.
     void shareIs(std::unique_ptr<Share> share) noexcept;
 
+    [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
 
   private:

@@ -4,26 +4,27 @@
 
 namespace Qor {
 
-void throwTypeException(FwkType type, std::string_view attribute, std::string_view expected,
-                        std::string_view actual) {
+void throwTypeException(QorTypeBase const &type, std::string_view attribute,
+                        std::string_view expected, std::string_view actual) {
     throw TypeException(
-        fmt::format("{}.{}: wants {}, got {}", type.type().name(), attribute, expected, actual));
+        fmt::format("{}.{}: wants {}, got {}", type.name(), attribute, expected, actual));
 }
 
-void throwSetFalseValueException(FwkType type, std::string_view attribute) {
+void throwSetFalseValueException(QorTypeBase const &type, std::string_view attribute) {
     throw SetFalseValueException(
-        fmt::format("{}.{}: can be set but not cleared", type.type().name(), attribute));
+        fmt::format("{}.{}: can be set but not cleared", type.name(), attribute));
 }
 
-void throwMutatorArgNullPointerException(FwkType type, int attributeId, std::string_view argument) {
-    throw MutatorArgNullPointerException(fmt::format("{} attribute {}: argument {} is null",
-                                                     type.type().name(), attributeId, argument));
+void throwMutatorArgNullPointerException(QorTypeBase const &type, int attributeId,
+                                         std::string_view argument) {
+    throw MutatorArgNullPointerException(
+        fmt::format("{} attribute {}: argument {} is null", type.name(), attributeId, argument));
 }
 
-void Impl::throwMutatorReinstantiating(FwkType type, int attributeId) {
+void Impl::throwMutatorReinstantiating(QorTypeBase const &type, int attributeId) {
     throw MutatorReinstantiatingException(
         fmt::format("{} attribute {}: an object with another value exists under this key",
-                    type.type().name(), attributeId));
+                    type.name(), attributeId));
 }
 
 void Impl::throwBadOptionalAccess() {

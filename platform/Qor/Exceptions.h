@@ -57,20 +57,23 @@ class NUVIO_EXPORT MutatorReinstantiatingException : public Exception {
 };
 
 /// A value of type `actual` was given where `attribute` of `type` wants `expected`.
-[[noreturn]] NUVIO_EXPORT void throwTypeException(FwkType type, std::string_view attribute,
+[[noreturn]] NUVIO_EXPORT void throwTypeException(QorTypeBase const &type,
+                                                  std::string_view attribute,
                                                   std::string_view expected,
                                                   std::string_view actual);
 /// `attribute` of `type` was written with false.
-[[noreturn]] NUVIO_EXPORT void throwSetFalseValueException(FwkType type,
+[[noreturn]] NUVIO_EXPORT void throwSetFalseValueException(QorTypeBase const &type,
                                                            std::string_view attribute);
 /// The argument named `argument` of the mutator of `attributeId` of `type` was null.
-[[noreturn]] NUVIO_EXPORT void throwMutatorArgNullPointerException(FwkType type, int attributeId,
+[[noreturn]] NUVIO_EXPORT void throwMutatorArgNullPointerException(QorTypeBase const &type,
+                                                                   int attributeId,
                                                                    std::string_view argument);
 
 namespace Impl {
 
 /// An object of `type` exists already under the key, made for another `attributeId`.
-[[noreturn]] NUVIO_EXPORT void throwMutatorReinstantiating(FwkType type, int attributeId);
+[[noreturn]] NUVIO_EXPORT void throwMutatorReinstantiating(QorTypeBase const &type,
+                                                           int attributeId);
 [[noreturn]] NUVIO_EXPORT void throwBadOptionalAccess();
 
 } // namespace Impl

@@ -122,7 +122,7 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
     /// `sizeHint`: entries to make room for at once.
     explicit HashMap2018(std::uint32_t sizeHint = 0) {
         if (sizeHint > 0) {
-            rebuild(homeBitsFor(sizeHint), 0);
+            rebuild(homeBitsFor(sizeHint), minTail);
         }
     }
     ~HashMap2018() { destroy(std::exchange(array_, nullptr)); }
@@ -195,6 +195,8 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
     /// Up to 2^3 slots the array has no gaps: every entry's home is slot 0.
     static constexpr unsigned denseHomeBits = 3;
     static constexpr std::uint32_t minTail = 32;
+    /// Slots that a search goes through one by one.
+    static constexpr std::uint32_t leapAfter = 16;
 
     static constexpr std::size_t nodesOffset(std::uint32_t slotCount) noexcept {
         std::size_t const hashesEnd =
@@ -226,6 +228,8 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
     }
     void touch() noexcept { state_ = (state_ & ~0x7fffff00U) | ((state_ + 0x100) & 0x7fffff00U); }
 
+    /// The first slot from the hash's home on that is free or holds no smaller hash.
+    [[nodiscard]] std::uint32_t firstNotBelow(std::uint32_t hash) const noexcept;
     [[nodiscard]] Node *find(std::uint32_t hash, View key) const noexcept;
     [[nodiscard]] std::uint32_t insertionPoint(std::uint32_t hash, View key) const noexcept;
     [[nodiscard]] std::uint32_t lowerBound(std::uint32_t hash, View key) const noexcept {
@@ -347,7 +351,7 @@ template <class K, class V, std::uint32_t C, class KeyOf>
 class HashMap2018<K, V, C, KeyOf>::RangeIterator {
   public:
     decltype(auto) operator*() const noexcept {
-        NUVIO_DEBUG_ASSERT(stamp_ == map_->stamp(), "a range-for loop changed its map");
+        checkUnchanged();
         Node const &node = map_->array_->nodes()[slot_];
         if constexpr (std::is_void_v<V>) {
             return node.key();
@@ -356,6 +360,7 @@ class HashMap2018<K, V, C, KeyOf>::RangeIterator {
         }
     }
     RangeIterator &operator++() noexcept {
+        checkUnchanged();
         slot_ = map_->nextUsed(slot_ + 1);
         return *this;
     }
@@ -367,6 +372,9 @@ class HashMap2018<K, V, C, KeyOf>::RangeIterator {
     friend HashMap2018;
     RangeIterator(HashMap2018 const &map, std::uint32_t slot) noexcept
         : map_(&map), slot_(slot), stamp_(map.stamp()) {}
+    void checkUnchanged() const noexcept {
+        NUVIO_DEBUG_ASSERT(stamp_ == map_->stamp(), "a range-for loop changed its map");
+    }
 
     HashMap2018 const *map_;
     std::uint32_t slot_;
@@ -376,16 +384,38 @@ class HashMap2018<K, V, C, KeyOf>::RangeIterator {
 // The searches rest on this: an entry lies at or after its home slot, no slot between the two is
 // free, and entries are in order of (hash, key). So the first slot from a key's home on that is
 // free or not before the key is where the key is or belongs, and what is before the key in order
-// lies before that slot.
+// lies before that slot. And a slot behind the home that holds a smaller hash has only such slots
+// between: the search may leap. It does where runs are long, that is while a map is copied in
+// iteration order into a smaller one of its own type.
+
+template <class K, class V, std::uint32_t C, class KeyOf>
+std::uint32_t HashMap2018<K, V, C, KeyOf>::firstNotBelow(std::uint32_t hash) const noexcept {
+    std::uint32_t const *const all = array_->hashes();
+    auto const isBelow = [all, hash](std::uint32_t slot) {
+        return all[slot] != freeSlot && all[slot] < hash;
+    };
+    std::uint32_t slot = home(hash, homeBits());
+    for (std::uint32_t const near = slot + leapAfter; isBelow(slot); ++slot) {
+        if (slot == near) [[unlikely]] {
+            std::uint32_t leap = leapAfter;
+            while (leap < array_->slots - slot && isBelow(slot + leap)) {
+                slot += leap;
+                leap *= 2;
+            }
+            for (; leap != 0; leap /= 2) {
+                if (leap < array_->slots - slot && isBelow(slot + leap)) {
+                    slot += leap;
+                }
+            }
+        }
+    }
+    return slot;
+}
 
 template <class K, class V, std::uint32_t C, class KeyOf>
 auto HashMap2018<K, V, C, KeyOf>::find(std::uint32_t hash, View key) const noexcept -> Node * {
     std::uint32_t const *const all = array_->hashes();
-    std::uint32_t slot = home(hash, homeBits());
-    while (all[slot] != freeSlot && all[slot] < hash) {
-        ++slot;
-    }
-    for (; all[slot] == hash; ++slot) {
+    for (std::uint32_t slot = firstNotBelow(hash); all[slot] == hash; ++slot) {
         Node *const node = array_->nodes() + slot;
         if (Traits::equal(Traits::view(node->key()), key)) {
             return node;
@@ -398,10 +428,7 @@ template <class K, class V, std::uint32_t C, class KeyOf>
 std::uint32_t HashMap2018<K, V, C, KeyOf>::insertionPoint(std::uint32_t hash,
                                                           View key) const noexcept {
     std::uint32_t const *const all = array_->hashes();
-    std::uint32_t slot = home(hash, homeBits());
-    while (all[slot] != freeSlot && all[slot] < hash) {
-        ++slot;
-    }
+    std::uint32_t slot = firstNotBelow(hash);
     while (all[slot] == hash && Traits::before(Traits::view(array_->nodes()[slot].key()), key)) {
         ++slot;
     }

@@ -1,6 +1,7 @@
 #include "platform/Qor/Type.h"
 
 #include "platform/Nuvio/Assert.h"
+#include "platform/Qor/Attribute.h"
 
 #include <algorithm>
 
@@ -21,6 +22,19 @@ bool QorTypeBase::isDerived(QorTypeBase const &type, QorTypeBase const &ancestor
         }
     }
     return false;
+}
+
+bool QorTypeBase::isDerived(QorTypeBase const &type, std::string_view ancestor) noexcept {
+    for (QorTypeBase const *t = &type; t; t = t->base()) {
+        if (t->name() == ancestor) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::span<Attribute const> TypeImpl::attributes() const noexcept {
+    return attributes_ ? attributes_() : std::span<Attribute const>();
 }
 
 bool qorModuleIs(Module const &module) {

@@ -26,16 +26,42 @@ class NUVIO_EXPORT QorTypeBase {
 
     /// True when `type` is `ancestor` or derives from it.
     static bool isDerived(QorTypeBase const &type, QorTypeBase const &ancestor) noexcept;
+    /// The same for the ancestor of that name.
+    static bool isDerived(QorTypeBase const &type, std::string_view ancestor) noexcept;
 
   private:
     std::string_view name_;
     QorTypeBase const *base_;
 };
 
+struct Attribute;
+class PtrInterface;
+
+/// A type as it registers: with its attributes, see platform/Qor/Attribute.h.
+class NUVIO_EXPORT TypeImpl : public QorTypeBase {
+  public:
+    /// The type's attributes in the order of their numbers, without its base's.
+    using Attributes = std::span<Attribute const> (*)() noexcept;
+    /// The object as what the operations of its attributes take.
+    using Self = void *(*)(PtrInterface &object) noexcept;
+
+    constexpr TypeImpl(std::string_view typeName, QorTypeBase const *baseType = nullptr,
+                       Attributes ownAttributes = nullptr, Self ownSelf = nullptr) noexcept
+        : QorTypeBase(typeName, baseType), attributes_(ownAttributes), self_(ownSelf) {}
+
+    [[nodiscard]] std::span<Attribute const> attributes() const noexcept;
+    /// Requires: the type has attributes, and `object` is of this type.
+    [[nodiscard]] void *self(PtrInterface &object) const noexcept { return self_(object); }
+
+  private:
+    Attributes attributes_;
+    Self self_;
+};
+
 /// One library's type table; a type's index in it is its framework kind.
 struct Module {
     std::string_view name;
-    std::span<QorTypeBase const *const> types;
+    std::span<TypeImpl const *const> types;
 };
 
 /// What fwkType() answers.
@@ -43,7 +69,7 @@ struct FwkType {
     Module const *module;
     std::uint16_t kind; ///< index in module->types
 
-    [[nodiscard]] QorTypeBase const &type() const noexcept { return *module->types[kind]; }
+    [[nodiscard]] TypeImpl const &type() const noexcept { return *module->types[kind]; }
     friend bool operator==(FwkType const &, FwkType const &) = default;
 };
 

@@ -5,8 +5,11 @@
 #include "platform/Jotlog.h"
 #include "platform/Nuvio/String.h"
 #include "platform/Osk/TaskScheduler.h"
+#include "platform/Qor/Value.h"
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace Quam {
@@ -37,6 +40,10 @@ class SmControl {
     void priorityIs(Osk::TaskPriority newPriority) noexcept { priority_ = newPriority; }
     [[nodiscard]] Synchronous synchronous() const noexcept { return synchronous_; }
     void synchronousIs(Synchronous setting) noexcept { synchronous_ = setting; }
+    /// Whether generated code traces compactly; this platform's does not.
+    [[nodiscard]] static constexpr bool codefEnabled() noexcept { return false; }
+    /// Version of the control's layout.
+    [[nodiscard]] static constexpr std::uint32_t version() noexcept { return 1; }
 
   private:
     Qor::Ptr<Osk::TaskScheduler> scheduler_;
@@ -47,3 +54,9 @@ class SmControl {
 };
 
 } // namespace Quam
+
+/// Prints name, priority and synchronous setting; cannot be entered.
+template <> struct NUVIO_EXPORT Qor::ValueTraits<Quam::SmControl> {
+    static constexpr std::string_view name = "Quam::SmControl";
+    static std::string text(Quam::SmControl const &value);
+};

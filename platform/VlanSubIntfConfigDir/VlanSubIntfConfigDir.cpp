@@ -3,10 +3,10 @@
 namespace VlanSubIntfConfigLib {
 namespace {
 
-constexpr Qor::QorTypeBase dirType(VlanSubIntfConfigDir::qorTypeName);
-constexpr Qor::QorTypeBase configType(VlanSubIntfConfig::qorTypeName);
-constexpr Qor::QorTypeBase subIntfType(VlanSubIntf::qorTypeName);
-constexpr Qor::QorTypeBase const *types[] = {&dirType, &configType, &subIntfType};
+constexpr Qor::TypeImpl dirType = Qor::typeOf<VlanSubIntfConfigDir>();
+constexpr Qor::TypeImpl configType = Qor::typeOf<VlanSubIntfConfig>();
+constexpr Qor::TypeImpl subIntfType = Qor::typeOf<VlanSubIntf>();
+constexpr Qor::TypeImpl const *types[] = {&dirType, &configType, &subIntfType};
 constexpr Qor::Module module{"VlanSubIntfConfigDir", types};
 [[maybe_unused]] bool const registered = Qor::qorModuleIs(module);
 
@@ -28,6 +28,15 @@ void VlanSubIntf::allowedTrafficDirectionIs(Bridging::AllowedTrafficDirection di
     attributeIs(allowedTrafficDirection_, allowedTrafficDirectionAttribute, direction);
 }
 
+std::span<Qor::Attribute const> VlanSubIntf::qorAttributes() noexcept {
+    static constexpr Qor::Attribute table[] = {
+        Qor::collection<&VlanSubIntf::lagPhyIntf_>(lagPhyIntfAttribute, "lagPhyIntf"),
+        Qor::property<&VlanSubIntf::tagOnEgress>(tagOnEgressAttribute, "tagOnEgress"),
+        Qor::property<&VlanSubIntf::allowedTrafficDirection>(allowedTrafficDirectionAttribute,
+                                                             "allowedTrafficDirection")};
+    return table;
+}
+
 Qor::FwkType VlanSubIntf::fwkType() const noexcept {
     return {&module, 2};
 }
@@ -43,6 +52,12 @@ Qor::Ptr<VlanSubIntf> VlanSubIntfConfig::intfIs(Iftel::IntfId id) {
 
 void VlanSubIntfConfig::intfDel(Iftel::IntfId id) {
     memberDel(intf_, intfAttribute, id);
+}
+
+std::span<Qor::Attribute const> VlanSubIntfConfig::qorAttributes() noexcept {
+    static constexpr Qor::Attribute table[] = {
+        Qor::collection<&VlanSubIntfConfig::intf_>(intfAttribute, "intf")};
+    return table;
 }
 
 Qor::FwkType VlanSubIntfConfig::fwkType() const noexcept {
@@ -65,6 +80,12 @@ Qor::Ptr<VlanSubIntfConfig> VlanSubIntfConfigDir::configIs(Bridging::VlanId id) 
 
 void VlanSubIntfConfigDir::configDel(Bridging::VlanId id) {
     memberDel(config_, configAttribute, id);
+}
+
+std::span<Qor::Attribute const> VlanSubIntfConfigDir::qorAttributes() noexcept {
+    static constexpr Qor::Attribute table[] = {
+        Qor::collection<&VlanSubIntfConfigDir::config_>(configAttribute, "config")};
+    return table;
 }
 
 Qor::FwkType VlanSubIntfConfigDir::fwkType() const noexcept {

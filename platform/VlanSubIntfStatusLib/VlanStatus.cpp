@@ -1,12 +1,13 @@
 #include "platform/VlanSubIntfStatusLib.h"
 
 #include <ostream>
+#include <sstream>
 
 namespace VlanSubIntfStatusLib {
 namespace {
 
-constexpr Qor::QorTypeBase statusType(VlanStatus::qorTypeName);
-constexpr Qor::QorTypeBase const *types[] = {&statusType};
+constexpr Qor::TypeImpl statusType = Qor::typeOf<VlanStatus>();
+constexpr Qor::TypeImpl const *types[] = {&statusType};
 constexpr Qor::Module module{"VlanSubIntfStatusLib", types};
 [[maybe_unused]] bool const registered = Qor::qorModuleIs(module);
 
@@ -24,8 +25,21 @@ void VlanStatus::intfToVlanMapDel(VidIntf const &pair) {
     memberDel(intfToVlanMap_, intfToVlanMapAttribute, pair);
 }
 
+std::span<Qor::Attribute const> VlanStatus::qorAttributes() noexcept {
+    static constexpr Qor::Attribute table[] = {
+        Qor::collection<&VlanStatus::intfToVlanMap_>(intfToVlanMapAttribute, "intfToVlanMap")};
+    return table;
+}
+
 Qor::FwkType VlanStatus::fwkType() const noexcept {
     return {&module, 0};
 }
 
 } // namespace VlanSubIntfStatusLib
+
+std::string
+Qor::ValueTraits<VlanSubIntfStatusLib::VidIntf>::text(VlanSubIntfStatusLib::VidIntf const &value) {
+    std::ostringstream out;
+    out << value;
+    return out.str();
+}
