@@ -281,15 +281,15 @@ template <class Stream> InputParentSm<Stream>::~InputParentSm() {
 
 template <class Stream>
 Nuvio::Ptr<Nuvio::Platform::DebugHandler> InputParentSm<Stream>::traceHandle() const noexcept {
-    return root()->debugHandler();
+    return root() ? root()->debugHandler() : nullptr;
 }
 
 template <class Stream> bool InputParentSm<Stream>::initialScanDone() const noexcept {
-    return root()->initialScanDone();
+    return root() && root()->initialScanDone();
 }
 
 template <class Stream> bool InputParentSm<Stream>::synchronous() const noexcept {
-    return root()->synchronous();
+    return root() && root()->synchronous();
 }
 
 template <class Stream> bool InputParentSm<Stream>::shouldYield() const noexcept {
@@ -322,7 +322,7 @@ template <class Stream> void InputParentSm<Stream>::qorDoZombieReactors(bool mar
 // Parent: task.
 
 template <class Stream> void InputParentSm<Stream>::doInitializeTask() {
-    if (!synchronous()) {
+    if (root() && !synchronous()) {
         taskIs(root()->scheduler(), root()->priority(), Stream::taskName);
     }
 }
@@ -352,7 +352,7 @@ void InputParentSm<Stream>::taskDispatch(Nuvio::Publisher * /*publisher*/,
 // Parent: scan.
 
 template <class Stream> void InputParentSm<Stream>::doInputScan() {
-    if (!initialized()) {
+    if (!initialized() || !root()) {
         return;
     }
     Qor::Ptr<Root> const rootHold(root());
@@ -432,7 +432,7 @@ template <class Stream> void InputParentSm<Stream>::completed() {
 // Parent: elements and their children.
 
 template <class Stream> void InputParentSm<Stream>::handleKey(Key key) {
-    if (!initialized()) {
+    if (!initialized() || !root()) {
         return;
     }
     PARENT_TRACE(8, Stream::handleElement, "k: {}", dovraPrint(key));
@@ -516,6 +516,9 @@ template <class Stream> void InputParentSm<Stream>::childSmDelAll() noexcept {
 }
 
 template <class Stream> void InputParentSm<Stream>::doDeleteAll() {
+    if (!root()) {
+        return;
+    }
     Qor::Ptr<Root> const rootHold(root());
     Qor::Ptr<InputParentSm> const hold(this);
     PARENT_TRACE(9, "doDeleteAll", "");

@@ -15,9 +15,9 @@
 // types, names, numbers, and the event. The four generated names are the instantiations.
 //
 // Ownership: the root owns the parents, a parent its children; both hold references on their inputs
-// and plain pointers upwards. A parent that removes a child clears the child's pointer; a child
-// without parent emits nothing. Every entry from outside (a notice, a run of the task) holds the
-// root until it returns.
+// and plain pointers upwards. Who removes a machine below it clears that machine's pointer; without
+// it a machine does nothing and emits nothing. Every entry from outside (a notice, a run of the
+// task) holds the root until it returns.
 //
 // Errors: a null input at scan time and a missed notice are assertions; see childSmIs() for the
 // typed exceptions.
@@ -328,7 +328,7 @@ class InputParentSm final : public Quam::Gen::InputStateMachine,
 
     Qor::Ptr<En const> en_;
     Nuvio::Subscriber enSubscriber_;
-    Root *parent_; // borrowed; owns this
+    Root *parent_; // borrowed; owns this; null once it has let go
     Key inputScanBookmark_;
     ChildSmMap childSm_;
     TaskSlot scanTask_;

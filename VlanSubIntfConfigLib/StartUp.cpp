@@ -156,12 +156,16 @@ Qor::Ptr<ConfigSm::OutputState> ConfigSm::outputStateIs() {
 Qor::Ptr<ConfigSm::LagPhyIntfConfigSm2>
 ConfigSm::lagPhyIntfConfigSm2Is(Qor::Ptr<Lag::LagPhyIntfMapping const> const &input,
                                 ConfigSm *root) {
-    return lagPhyIntfConfigSm2_ = LagPhyIntfConfigSm2::LagPhyIntfConfigSm2Is(input, root);
+    auto child = LagPhyIntfConfigSm2::LagPhyIntfConfigSm2Is(input, root);
+    lagPhyIntfConfigSm2Del(); // an earlier one falls silent
+    return lagPhyIntfConfigSm2_ = child;
 }
 
 Qor::Ptr<ConfigSm::VlanConfigSm0>
 ConfigSm::vlanConfigSm0Is(Qor::Ptr<Bridging::Config const> const &input, ConfigSm *root) {
-    return vlanConfigSm0_ = VlanConfigSm0::VlanConfigSm0Is(input, root);
+    auto child = VlanConfigSm0::VlanConfigSm0Is(input, root);
+    vlanConfigSm0Del();
+    return vlanConfigSm0_ = child;
 }
 
 Qor::Ptr<ConfigSm::LocalAttrStore> ConfigSm::localAttrStoreIs() {

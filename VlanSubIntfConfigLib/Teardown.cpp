@@ -30,6 +30,7 @@ template <class Child> Qor::Ptr<Child> takeOutSilenced(Qor::Ptr<Child> &owned) n
     auto child = std::exchange(owned, nullptr);
     if (child) {
         child->hasNotificationActiveIs(false);
+        child->parentIs(nullptr); // whoever holds it on finds that it does nothing
     }
     return child;
 }

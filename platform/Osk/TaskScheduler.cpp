@@ -104,8 +104,7 @@ Task *TaskScheduler::nextReady() noexcept {
 
 bool TaskScheduler::runOne() {
     NUVIO_ASSERT(running_ == nullptr && "a run does not nest");
-    Qor::Ptr<TaskScheduler> const self(this); // the task may hold the last reference
-    Qor::Ptr<Task> const task(nextReady());
+    Qor::Ptr<Task> const task(nextReady()); // which holds this scheduler
     if (!task) {
         return false;
     }

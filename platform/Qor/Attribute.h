@@ -231,6 +231,7 @@ Status storedOperate(Attribute const &attribute, TypeImpl const &type, void *obj
     auto &stored = static_cast<typename Types::Class *>(object)->*Member;
     switch (operation.code) {
     case OpCode::read:
+        needArguments(attribute, type, operation, 0);
         operation.result = Value::of<Stored>(stored);
         return Status::done;
     case OpCode::write:
@@ -239,6 +240,7 @@ Status storedOperate(Attribute const &attribute, TypeImpl const &type, void *obj
         return Status::done;
     case OpCode::del:
         if constexpr (IsPtr<Stored>::value) {
+            needArguments(attribute, type, operation, 0);
             operation.result = Value::of<Stored>(std::exchange(stored, nullptr));
             return Status::done;
         }
@@ -475,9 +477,11 @@ Status collectionOperate(Attribute const &attribute, TypeImpl const &type, void 
     case OpCode::index:
         return lookUp<Map>(attribute, type, object, operation);
     case OpCode::size:
+        needArguments(attribute, type, operation, 0);
         operation.result = Value::of(MapOf<Map>::get(object).size());
         return Status::done;
     case OpCode::capacity:
+        needArguments(attribute, type, operation, 0);
         operation.result = Value::of(MapOf<Map>::get(object).capacity());
         return Status::done;
     case OpCode::write:

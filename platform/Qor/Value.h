@@ -18,7 +18,9 @@
 #include "platform/Qor/PtrInterface.h"
 #include "platform/Qor/Text.h"
 
+#include <algorithm>
 #include <any>
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -56,6 +58,16 @@ template <class T>
 concept WithAttributes = requires {
     ValueTraits<T>::attributes();
 };
+
+/// "Optional<...>", so that a message tells an optional value from the value itself.
+template <class T>
+inline constexpr auto optionalName = [] {
+    constexpr std::string_view head = "Optional<";
+    constexpr std::string_view inner = ValueTraits<T>::name;
+    std::array<char, head.size() + inner.size() + 1> joined{};
+    *std::ranges::copy(inner, std::ranges::copy(head, joined.begin()).out).out = '>';
+    return joined;
+}();
 
 template <class T> std::string textOf(std::any const &value) {
     return ValueTraits<T>::text(*std::any_cast<T>(&value));
@@ -162,7 +174,8 @@ template <class T> struct ValueTraits<Ptr<T>> {
     static constexpr std::string_view name = T::qorTypeName;
 };
 template <class T> struct ValueTraits<Optional<T>> {
-    static constexpr std::string_view name = ValueTraits<T>::name;
+    static constexpr std::string_view name{Impl::optionalName<T>.data(),
+                                           Impl::optionalName<T>.size()};
     static std::string text(Optional<T> const &value) {
         if (!value) {
             return "None";
