@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <utility>
 
 namespace Nuvio {
@@ -16,9 +17,11 @@ AssertionHook &hook() {
 }
 
 void print(AssertionFailure const &failure) {
-    fmt::print(stderr, "{}:{}: {}: Assertion `{}' failed{}{}\n",
-               failure.file.empty() ? "?" : failure.file, failure.line, failure.function,
-               failure.expression, failure.message.empty() ? "." : ": ", failure.message);
+    std::string const text =
+        fmt::format("{}:{}: {}: Assertion `{}' failed{}{}\n",
+                    failure.file.empty() ? "?" : failure.file, failure.line, failure.function,
+                    failure.expression, failure.message.empty() ? "." : ": ", failure.message);
+    static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
     void *frames[24];
     int const depth = backtrace(frames, 24);
     backtrace_symbols_fd(frames, depth, STDERR_FILENO);

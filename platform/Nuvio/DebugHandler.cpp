@@ -47,9 +47,12 @@ std::uint16_t maskFromEnvironment(std::string_view name) {
     return mask;
 }
 
+/// A standard error that is closed or full loses the line; it must not end the traced code.
 void writeToStandardError(TraceRecord const &record) {
-    fmt::print(stderr, "{} {}::{} {}:{} {}\n", record.level, record.machine, record.function,
-               record.source, record.line, record.message);
+    std::string const line =
+        fmt::format("{} {}::{} {}:{} {}\n", record.level, record.machine, record.function,
+                    record.source, record.line, record.message);
+    static_cast<void>(std::fwrite(line.data(), 1, line.size(), stderr));
 }
 
 } // namespace

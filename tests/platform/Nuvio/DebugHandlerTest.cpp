@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -105,6 +106,17 @@ TEST(DebugHandler, FormatsNothingWhileTheLevelIsOff) {
     EXPECT_THAT(trace.lines(), IsEmpty());
     fmtrace(*handle, 6, "S", "f", 1, "M", "{}", Formatted{&formatted});
     EXPECT_EQ(formatted, 1);
+}
+
+TEST(DebugHandlerDeathTest, AStandardErrorThatIsFullDoesNotEndTheTracedCode) {
+    auto const handle = getDebugHandler("full standard error", true);
+    EXPECT_EXIT(
+        {
+            std::FILE *const full = std::freopen("/dev/full", "w", stderr);
+            handle->emit({7, "Machine", "function", "source", 1, "message"});
+            std::_Exit(full ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(DebugHandler, TheDefaultSinkWritesOneLineToStandardError) {

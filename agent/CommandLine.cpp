@@ -1,0 +1,227 @@
+#include "agent/CommandLine.h"
+
+#include "agent/Derive.h"
+#include "agent/Error.h"
+#include "agent/Inspect.h"
+#include "agent/JsonText.h"
+#include "agent/Output.h"
+#include "agent/StandardError.h"
+#include "platform/Nuvio/DebugHandler.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <initializer_list>
+#include <sstream>
+#include <string>
+
+namespace Agent {
+namespace {
+
+constexpr char const *programName = "vlan-subintf";
+constexpr char const *description =
+    "Derives the configuration of VLAN subinterfaces from VLAN membership and LAG members.";
+constexpr char const *exitStatus = "Exit status: 0 done, 1 failed, 2 wrong usage, 3 the result is "
+                                   "not ready or differs.";
+constexpr char const *deriveExamples = R"(Examples:
+  ip -d -j link show > links.json
+  bridge -j -d vlan show > vlans.json
+  vlan-subintf derive --links links.json --vlans vlans.json
+  bridge -j -d vlan show | vlan-subintf derive --links links.json --vlans - -j > new.json
+  vlan-subintf derive --input inputs.json --previous new.json
+
+Exit status: 0 done, 1 failed, 2 wrong usage, 3 the result is not ready.)";
+
+constexpr char const *inspectExamples = R"(Commands (`help` lists them with their arguments):
+  types attrs get set del list size invoke run show trace census help quit
+
+A PATH names attributes by number or name, and entries by [key]:
+  136/265/[100]/266   vlanConfigSm0/childSm/[100]/handleIntf
+
+Examples:
+  vlan-subintf inspect --links links.json --vlans vlans.json
+  vlan-subintf inspect --input inputs.json get ready ';' list vlanConfigSm0/childSm
+  vlan-subintf inspect --input inputs.json --paused --script commands.txt -j
+  echo show | vlan-subintf inspect --links links.json --vlans vlans.json
+
+Changes go to the machine as they are: what breaks its own rules ends in an assertion.
+Exit status: 0 done, 1 failed, 2 wrong usage.)";
+
+std::string needFileName(std::string const &value) {
+    return value.empty() ? "expected a file name" : "";
+}
+
+std::string needTraceLevels(std::string const &value) {
+    return Nuvio::Platform::levelMaskOf(value)
+               ? ""
+               : fmt::format("expected levels from 0 to 15, such as 9 or 6-9, found \"{}\"", value);
+}
+
+/// The options that say where the inputs come from; the same for every subcommand that has inputs.
+void addInputOptions(CLI::App &command, InputOptions &inputs) {
+    constexpr char const *group = "Inputs";
+    command
+        .add_option("--links", inputs.links, "Output of `ip -d -j link show`; - is standard input")
+        ->type_name("FILE")
+        ->group(group)
+        ->check(needFileName);
+    command
+        .add_option("--vlans", inputs.vlans,
+                    "Output of `bridge -j -d vlan show`; - is standard input")
+        ->type_name("FILE")
+        ->group(group)
+        ->check(needFileName);
+    command
+        .add_option("--input", inputs.native,
+                    "Both in one native document, instead of --links and --vlans")
+        ->type_name("FILE")
+        ->group(group)
+        ->check(needFileName);
+}
+
+void checkInputOptions(InputOptions const &inputs) {
+    bool const iproute = !inputs.links.empty() || !inputs.vlans.empty();
+    if (iproute && !inputs.native.empty()) {
+        throw CLI::ValidationError("--input stands instead of --links and --vlans");
+    }
+    if (inputs.native.empty() && (inputs.links.empty() || inputs.vlans.empty())) {
+        throw CLI::ValidationError("--links and --vlans, or --input, must be given");
+    }
+}
+
+void checkStandardInput(std::initializer_list<std::string const *> files) {
+    if (std::count_if(files.begin(), files.end(), [](auto *file) { return *file == "-"; }) > 1) {
+        throw CLI::ValidationError("standard input (-) can be only one of the files");
+    }
+}
+
+void addPrevious(CLI::App &command, std::string &previous, std::string const &purpose) {
+    command.add_option("--previous", previous, purpose)->type_name("FILE")->check(needFileName);
+}
+
+/// How the machine is run; the same for every subcommand that has one.
+void addMachineOptions(CLI::App &command, MachineOptions &machine) {
+    constexpr char const *advanced = "Advanced";
+    command.add_flag("--sync", machine.synchronous, "Run synchronously instead of on tasks")
+        ->group(advanced);
+    command
+        .add_option("--share", machine.share,
+                    "Cut work after so many yield tests instead of after a time")
+        ->type_name("TESTS")
+        ->group(advanced)
+        ->check([](std::string const &value) { return value == "0" ? "expected at least 1" : ""; });
+}
+
+void addDerive(CLI::App &program, DeriveOptions &options, std::string &traceLevels) {
+    CLI::App &command = *program.add_subcommand(
+        "derive", "Derive the subinterfaces of every VLAN, as a table or a JSON document");
+    command.footer(deriveExamples);
+    addInputOptions(command, options.inputs);
+    command.add_flag("-j,--json", options.json, "Print a JSON document instead of a table");
+    addPrevious(command, options.previous,
+                "Start with the entries of an earlier JSON document; a summary on standard error "
+                "says what became of them");
+    command
+        .add_option("--trace", traceLevels,
+                    "Print trace lines of these levels on standard error, such as 6-9")
+        ->type_name("LEVELS")
+        ->check(needTraceLevels);
+    addMachineOptions(command, options.machine);
+    command.final_callback([&] {
+        checkInputOptions(options.inputs);
+        checkStandardInput({&options.inputs.links, &options.inputs.vlans, &options.inputs.native,
+                            &options.previous});
+        options.traceLevels = Nuvio::Platform::levelMaskOf(traceLevels).value_or(0);
+    });
+}
+
+void addInspect(CLI::App &program, InspectOptions &options) {
+    CLI::App &command = *program.add_subcommand(
+        "inspect", "Look into the machine by attributes: commands from the arguments, a file, or "
+                   "standard input");
+    command.footer(inspectExamples);
+    addInputOptions(command, options.inputs);
+    command.add_flag("-j,--json", options.json, "Print a JSON document for each command");
+    addPrevious(command, options.previous, "Start with the entries of an earlier JSON document");
+    command.add_flag("--paused", options.paused, "Leave the scheduler's work to the command `run`");
+    command.add_option("--script", options.script, "Take the commands from a file")
+        ->type_name("FILE")
+        ->check(needFileName);
+    addMachineOptions(command, options.machine);
+    command
+        .add_option("COMMAND", options.words, "A command and its arguments; ';' separates several")
+        ->type_name("");
+    command.positionals_at_end();
+    command.final_callback([&] {
+        checkInputOptions(options.inputs);
+        // Where no command is given otherwise, standard input has them.
+        std::string const commands =
+            options.words.empty() && options.script.empty() ? "-" : options.script;
+        checkStandardInput({&options.inputs.links, &options.inputs.vlans, &options.inputs.native,
+                            &options.previous, &commands});
+        if (!options.words.empty() && !options.script.empty()) {
+            throw CLI::ValidationError("commands come from the arguments or from --script");
+        }
+    });
+}
+
+void print(std::string const &text) {
+    Output output(STDOUT_FILENO, "standard output");
+    output.text() = text;
+    output.flush();
+}
+
+/// Help, version, or a usage error.
+int finishParsing(CLI::App const &program, CLI::ParseError const &end) {
+    std::ostringstream out;
+    std::ostringstream errors;
+    if (program.exit(end, out, errors) == 0) {
+        print(out.str());
+        return static_cast<int>(ExitCode::done);
+    }
+    std::string message = end.what();
+    auto const subcommands = program.get_subcommands();
+    if (subcommands.empty() && !program.remaining().empty()) {
+        message = fmt::format("there is no subcommand {}", printable(program.remaining().front()));
+    }
+    say("{}: {}\nTry `{}{} --help`.", programName, message, programName,
+        subcommands.empty() ? "" : ' ' + subcommands.front()->get_name());
+    return static_cast<int>(ExitCode::usage);
+}
+
+int parseAndRun(int argc, char const *const *argv) {
+    CLI::App program(description, programName);
+    program.set_version_flag("--version", fmt::format("{} {}", programName, VSIC_VERSION));
+    program.require_subcommand(1);
+    program.footer(exitStatus);
+    DeriveOptions options;
+    std::string traceLevels;
+    addDerive(program, options, traceLevels);
+    InspectOptions inspectOptions;
+    addInspect(program, inspectOptions);
+    try {
+        program.parse(argc, argv);
+    } catch (CLI::ParseError const &end) {
+        return finishParsing(program, end);
+    }
+    return static_cast<int>(program.got_subcommand("inspect") ? inspect(inspectOptions)
+                                                              : derive(options));
+}
+
+} // namespace
+
+int run(int argc, char const *const *argv) {
+    // A closed pipe is then an error of the write, and reported like any other.
+    std::signal(SIGPIPE, SIG_IGN);
+    try {
+        return parseAndRun(argc, argv);
+    } catch (Error const &error) {
+        say("{}: {}", programName, error.what());
+        return static_cast<int>(ExitCode::failed);
+    }
+}
+
+} // namespace Agent

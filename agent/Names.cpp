@@ -1,0 +1,36 @@
+#include "agent/Names.h"
+
+#include "platform/Qor/Exceptions.h"
+
+namespace Agent {
+namespace {
+
+std::optional<Iftel::IntfId> knownIntf(std::string_view name) {
+    auto const registered = Iftel::NameTable::instance().lookup(name);
+    return registered ? registered : nativeIntf(name);
+}
+
+} // namespace
+
+std::optional<Iftel::IntfId> nativeIntf(std::string_view name) {
+    if (name.empty() || Iftel::NameTable::instance().lookup(name)) {
+        return std::nullopt;
+    }
+    try {
+        return Iftel::IntfId(Nuvio::String(name));
+    } catch (Qor::RangeException const &) {
+        return std::nullopt;
+    }
+}
+
+Iftel::IntfId earlierSubIntf(std::string_view name) {
+    auto const known = knownIntf(name);
+    return known ? *known : Iftel::NameTable::instance().subIntfIs(name, Iftel::IntfId());
+}
+
+Iftel::IntfId earlierMember(std::string_view name) {
+    auto const known = knownIntf(name);
+    return known ? *known : Iftel::NameTable::instance().intfIs(name, Iftel::IntfKind::ethernet);
+}
+
+} // namespace Agent

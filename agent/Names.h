@@ -1,0 +1,20 @@
+// Names of interfaces that are not current links, and their identifiers.
+#pragma once
+
+#include "platform/Iftel.h"
+
+#include <optional>
+#include <string_view>
+
+namespace Agent {
+
+/// The identifier of a native text such as "PortChannel10.100"; empty for any other text.
+[[nodiscard]] std::optional<Iftel::IntfId> nativeIntf(std::string_view name);
+
+/// The identifier of a name that an earlier run used for a subinterface: the one it leads to now,
+/// else a new one, of a subinterface whose parent is not known. Requires: `name` is not empty.
+[[nodiscard]] Iftel::IntfId earlierSubIntf(std::string_view name);
+/// The same for a member of a LAG, which otherwise becomes an Ethernet interface.
+[[nodiscard]] Iftel::IntfId earlierMember(std::string_view name);
+
+} // namespace Agent

@@ -1,0 +1,30 @@
+#include "agent/Output.h"
+
+#include "agent/Error.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+namespace Agent {
+
+Output::Output(int descriptor, std::string name) : descriptor_(descriptor), name_(std::move(name)) {
+    text_.reserve(2 * bufferSize);
+}
+
+void Output::flush() {
+    std::string_view rest = text_;
+    while (!rest.empty()) {
+        ssize_t const count = ::write(descriptor_, rest.data(), rest.size());
+        if (count >= 0) {
+            rest.remove_prefix(static_cast<std::size_t>(count));
+        } else if (errno != EINTR) {
+            fail("{}: cannot write: {}", name_, std::generic_category().message(errno));
+        }
+    }
+    text_.clear();
+}
+
+} // namespace Agent

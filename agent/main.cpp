@@ -1,0 +1,5 @@
+#include "agent/CommandLine.h"
+
+int main(int argc, char **argv) {
+    return Agent::run(argc, argv);
+}

@@ -1,0 +1,80 @@
+#include "tests/agent/Program.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace Agent {
+namespace {
+
+void redirect(int descriptor, std::string const &path, int flags) {
+    int const file = ::open(path.c_str(), flags, 0600);
+    if (file < 0 || ::dup2(file, descriptor) < 0) {
+        ::_exit(126);
+    }
+}
+
+void redirectToClosedPipe(int descriptor) {
+    int ends[2];
+    if (::pipe(ends) != 0 || ::dup2(ends[1], descriptor) < 0) {
+        ::_exit(126);
+    }
+    ::close(ends[0]);
+    ::close(ends[1]);
+}
+
+double secondsOf(struct timeval const &time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
+} // namespace
+
+void Program::execute(std::string const &input, std::string const &out,
+                      std::string const &err) const {
+    redirect(STDIN_FILENO, input, O_RDONLY);
+    redirect(STDOUT_FILENO, out, O_WRONLY | O_CREAT);
+    redirect(STDERR_FILENO, err, O_WRONLY | O_CREAT);
+    if (closedPipe_) {
+        redirectToClosedPipe(STDOUT_FILENO);
+    }
+    if (closedErrors_) {
+        redirectToClosedPipe(STDERR_FILENO);
+    }
+    for (auto const &[name, value] : environment_) {
+        ::setenv(name.c_str(), value.c_str(), 1);
+    }
+    std::string program = VLAN_SUBINTF_PROGRAM;
+    std::vector<std::string> arguments = arguments_;
+    std::vector<char *> pointers{program.data()};
+    for (std::string &argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    ::execv(program.c_str(), pointers.data());
+    ::_exit(126);
+}
+
+ProgramResult Program::run() const {
+    TempDir const dir;
+    std::string const input = dir.write("input", input_);
+    std::string const out = outputPath_.empty() ? dir.file("out") : outputPath_;
+    std::string const err = dir.file("err");
+    pid_t const child = ::fork();
+    if (child == 0) {
+        execute(input, out, err);
+    }
+    int status = 0;
+    struct rusage usage {};
+    if (child < 0 || ::wait4(child, &status, 0, &usage) != child) {
+        throw std::runtime_error("cannot run the program");
+    }
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+            outputPath_.empty() ? readFile(out) : std::string(), readFile(err),
+            secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime),
+            static_cast<std::uint64_t>(usage.ru_maxrss) * 1024};
+}
+
+} // namespace Agent
