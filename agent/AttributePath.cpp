@@ -62,11 +62,11 @@ std::string_view describe(OpCode code) {
 
 /// Where the key at the start of `text` ends: behind its closing bracket.
 std::size_t endOfKey(std::string_view text) {
-    int depth = 0;
     if (!text.starts_with("[@")) {
         auto const end = text.find("]/");
         return end == std::string_view::npos ? text.size() : end + 1;
     }
+    int depth = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
         depth += text[i] == '[' ? 1 : 0;
         depth -= text[i] == ']' ? 1 : 0;

@@ -35,10 +35,15 @@ constexpr char const *deriveExamples = R"(Examples:
 
 Exit status: 0 done, 1 failed, 2 wrong usage, 3 the result is not ready.)";
 
-constexpr char const *inspectExamples = R"(Commands (`help` lists them with their arguments):
-  types attrs get set del list size invoke run show trace census help quit
+constexpr char const *inspectExamples =
+    R"(Without commands in the arguments or a file they come from standard input; on a terminal with a
+prompt, line editing, and completion. The first command that fails ends all but a terminal's session.
 
-A PATH names attributes by number or name, and entries by [key]:
+Commands (`help` says what they do):
+  types   attrs [PATH]   get PATH   set PATH [VALUE...]   del PATH [KEY]   list PATH   size PATH
+  invoke PATH [ARG...]   run   show   trace LEVELS   census   help   quit
+
+A PATH names attributes by number or name, and entries by [KEY]; a VALUE is text, null, or @PATH:
   136/265/[100]/266   vlanConfigSm0/childSm/[100]/handleIntf
 
 Examples:
@@ -147,7 +152,9 @@ void addInspect(CLI::App &program, InspectOptions &options) {
     command.add_flag("-j,--json", options.json, "Print a JSON document for each command");
     addPrevious(command, options.previous, "Start with the entries of an earlier JSON document");
     command.add_flag("--paused", options.paused, "Leave the scheduler's work to the command `run`");
-    command.add_option("--script", options.script, "Take the commands from a file")
+    command
+        .add_option("--script", options.script,
+                    "Take the commands from a file; - is standard input")
         ->type_name("FILE")
         ->check(needFileName);
     addMachineOptions(command, options.machine);

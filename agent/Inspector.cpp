@@ -1,11 +1,9 @@
 #include "agent/Inspector.h"
 
+#include "agent/AttributeView.h"
 #include "agent/Error.h"
 #include "agent/JsonText.h"
-#include "agent/NaturalOrder.h"
 #include "platform/Nuvio/DebugHandler.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <memory>
@@ -15,7 +13,6 @@
 namespace Agent {
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Qor::AttributeKind;
 using Qor::OpCode;
 using Qor::Value;
@@ -61,45 +58,6 @@ std::string signatureOf(Qor::Attribute const &attribute) {
     return text + std::string(attribute.valueType ? attribute.valueType->name : "");
 }
 
-/// A value as JSON: flags and numbers as such, all else by its text.
-Json jsonOf(Value const &value) {
-    if (value.empty() || (value.isObject() && !value.object())) {
-        return nullptr;
-    }
-    if (auto const *const flag = value.get<bool>()) {
-        return *flag;
-    }
-    if (auto const *const number = value.get<std::uint32_t>()) {
-        return *number;
-    }
-    if (auto const *const number = value.get<std::uint64_t>()) {
-        return *number;
-    }
-    return value.text();
-}
-
-/// The entries of a collection as (key, value) texts, in natural order of the keys: the
-/// collection's own order differs from run to run.
-struct Entry {
-    std::string key;
-    Value value;
-};
-
-std::vector<Entry> entriesOf(Qor::GenericIterator &walk) {
-    std::vector<Entry> entries;
-    for (; walk.iterNonnull(); walk.iterInc()) {
-        entries.push_back({walk.iterKey().text(), walk.iterObj()});
-    }
-    std::ranges::stable_sort(entries, naturallyBefore, &Entry::key);
-    return entries;
-}
-
-/// A set has nothing but its keys.
-bool isSet(Qor::Attribute const &attribute) {
-    return attribute.kind == AttributeKind::collection &&
-           attribute.valueType->name == Qor::ValueTraits<bool>::name;
-}
-
 /// "1 run", "2 runs".
 std::string counted(Value const &count, std::string_view one, std::string_view many) {
     std::string const number = count.text();
@@ -107,12 +65,12 @@ std::string counted(Value const &count, std::string_view one, std::string_view m
 }
 
 /// The next steps of a path that so far leads to `end`: entries of a collection, else attributes. A
-/// slash follows what leads on. Keys that would have to be quoted are left out.
+/// slash follows what leads on. Keys that are objects or would have to be quoted are left out.
 std::vector<std::string> stepsBehind(AttributePath const &end) {
     std::vector<std::string> steps;
     if (end.isCollection()) {
         for (Entry const &entry : entriesOf(*end.walk())) {
-            if (entry.key.find_first_of(" \t\"") == std::string::npos) {
+            if (!entry.isObject && entry.key.find_first_of(" \t\"") == std::string::npos) {
                 bool const leadsOn = Qor::GenericIf::typeOf(entry.value) != nullptr;
                 steps.push_back(fmt::format("[{}]{}", entry.key, leadsOn ? "/" : ""));
             }
@@ -127,55 +85,6 @@ std::vector<std::string> stepsBehind(AttributePath const &end) {
         steps.push_back(fmt::format("{}{}", attribute.name, leadsOn ? "/" : ""));
     }
     return steps;
-}
-
-/// Everything below a value that is data: collections and values, not pointers elsewhere.
-Json treeOf(Value const &value) {
-    auto const *const type = Qor::GenericIf::typeOf(value);
-    if (!type) {
-        return jsonOf(value);
-    }
-    Json tree = Json::object();
-    for (Qor::Attribute const &attribute : type->attributes()) {
-        std::string const name(attribute.name);
-        if (attribute.kind == AttributeKind::collection) {
-            auto const walk = Qor::GenericIf::genericIfIterator(*value.object(), attribute.number);
-            Json entries = isSet(attribute) ? Json::array() : Json::object();
-            for (Entry const &entry : entriesOf(*walk)) {
-                if (isSet(attribute)) {
-                    entries.push_back(entry.key);
-                } else {
-                    entries[entry.key] = treeOf(entry.value);
-                }
-            }
-            tree[name] = std::move(entries);
-        } else if (attribute.kind == AttributeKind::value) {
-            tree[name] = jsonOf(readStep({value, &attribute, std::nullopt, name}));
-        }
-    }
-    return tree;
-}
-
-/// The same for people: one line a value or set, one level of indentation a step.
-void appendTree(std::string &text, Json const &tree, std::size_t depth) {
-    for (auto const &[name, value] : tree.items()) {
-        text.append(2 * depth, ' ');
-        text += printable(name);
-        if (value.is_object()) {
-            text += '\n';
-            appendTree(text, value, depth + 1);
-            continue;
-        }
-        text += ':';
-        if (value.is_array()) {
-            for (Json const &key : value) {
-                text += ' ' + printable(key.get<std::string>());
-            }
-        } else {
-            text += ' ' + (value.is_string() ? printable(value.get<std::string>()) : value.dump());
-        }
-        text += '\n';
-    }
 }
 
 /// Lines of cells in columns, the last one as long as it likes.
@@ -234,7 +143,7 @@ std::vector<std::string> wordsOf(std::string_view line) {
     return words;
 }
 
-Inspector::Inspector(Qor::ObjectPtr machine, bool json, Sink sink)
+Inspector::Inspector(Qor::ObjectPtr const &machine, bool json, Sink sink)
     : machine_(Value::of(machine)), json_(json), sink_(std::move(sink)) {}
 
 std::vector<Inspector::Command> const &Inspector::commands() {

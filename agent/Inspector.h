@@ -18,7 +18,7 @@ class Inspector {
     using Sink = std::function<void(std::string_view)>;
 
     /// `machine` is what paths start from.
-    Inspector(Qor::ObjectPtr machine, bool json, Sink sink);
+    Inspector(Qor::ObjectPtr const &machine, bool json, Sink sink);
 
     /// Run one command line; an empty line and a comment (#) do nothing. False: the operator wants
     /// to leave. Throws an Error; nothing was changed then, unless by what the command invoked.

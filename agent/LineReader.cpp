@@ -80,7 +80,7 @@ char **complete(char const *word, int begin, int /*end*/) {
     if (words.empty()) {
         return nullptr;
     }
-    rl_completion_append_character = words.front().ends_with('/') ? '\0' : ' '; // if it is alone
+    rl_completion_append_character = words.front().ends_with('/') ? 0 : ' '; // if it is alone
     return listOf(words);
 }
 

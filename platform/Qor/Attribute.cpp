@@ -7,7 +7,8 @@ namespace Qor::Impl {
 void needArguments(Attribute const &attribute, TypeImpl const &type, Operation const &operation,
                    std::size_t count) {
     if (operation.arguments.size() != count) {
-        throwTypeException(type, attribute.name, fmt::format("{} arguments", count),
+        throwTypeException(type, attribute.name,
+                           fmt::format("{} argument{}", count, count == 1 ? "" : "s"),
                            fmt::format("{}", operation.arguments.size()));
     }
 }

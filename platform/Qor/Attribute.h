@@ -118,7 +118,11 @@ NUVIO_EXPORT void needArguments(Attribute const &attribute, TypeImpl const &type
 [[noreturn]] NUVIO_EXPORT void nullPointer(Attribute const &attribute, TypeImpl const &type,
                                            std::size_t argument);
 
-/// The argument of that index as a T. Pointers are checked against the object's own type.
+template <class T> struct IsOptional : std::false_type {};
+template <class T> struct IsOptional<Optional<T>> : std::true_type {};
+
+/// The argument of that index as a T. Pointers are checked against the object's own type; where an
+/// Optional is wanted, the value itself will do.
 template <class T>
 T argument(Attribute const &attribute, TypeImpl const &type, Operation const &operation,
            std::size_t index) {
@@ -133,6 +137,12 @@ T argument(Attribute const &attribute, TypeImpl const &type, Operation const &op
         return T(static_cast<Object *>(object.get()));
     } else {
         T const *const held = value.get<T>();
+        if constexpr (IsOptional<T>::value) {
+            if (!held) {
+                using Inner = std::remove_cvref_t<decltype(*std::declval<T>())>;
+                return T(argument<Inner>(attribute, type, operation, index));
+            }
+        }
         if (!held) {
             wrongType(attribute, type, ValueTraits<T>::name, value);
         }

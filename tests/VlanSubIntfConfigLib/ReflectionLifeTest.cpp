@@ -181,6 +181,18 @@ TEST_F(ReflectionLife, EventsWriteAndDeleteTheDirectory) {
     EXPECT_TRUE(root.at(132).read(130, {"300"}).empty());
 }
 
+TEST_F(ReflectionLife, AnEventTakesTheValueItselfForAnOptionalOne) {
+    Reflected root = readyRoot();
+    Qor::Value const input = root.at(130).at(258, {"200"}).read(262, {"PortChannel10.200"});
+    root.call(168, {"300", "PortChannel10.300", input});
+    EXPECT_EQ(entry(root, "300", "PortChannel10.300").text(132),
+              entry(root, "200", "PortChannel10.200").text(132));
+    Qor::Value const member = root.at(131).at(131, {"PortChannel10"}).read(131, {"Ethernet1"});
+    root.call(169, {"PortChannel10", "Ethernet3", member});
+    EXPECT_THAT(members(root, "200", "PortChannel10.200"),
+                UnorderedElementsAre("Ethernet1", "Ethernet2", "Ethernet3"));
+}
+
 TEST_F(ReflectionLife, EventsDoNothingBeforeTheInitialScanIsDone) {
     Reflected root = begin();
     root.call(167, {"100", "PortChannel10.100", "Ethernet1", "true"});

@@ -1,0 +1,93 @@
+#include "tests/agent/Terminal.h"
+
+#include <poll.h>
+#include <pty.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace Agent {
+namespace {
+
+/// The program answers at once; a busy machine may take its time.
+constexpr int patienceMs = 30'000;
+
+[[noreturn]] void execute(std::vector<std::string> arguments) {
+    ::setenv("TERM", "dumb", 1); // lines are edited, and no cursor is moved about
+    std::string program = VLAN_SUBINTF_PROGRAM;
+    std::vector<char *> pointers{program.data()};
+    for (std::string &argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    ::execv(program.c_str(), pointers.data());
+    ::_exit(126);
+}
+
+} // namespace
+
+Terminal::Terminal(std::vector<std::string> arguments) {
+    struct winsize const size{40, 200, 0, 0};
+    child_ = ::forkpty(&master_, nullptr, nullptr, &size);
+    if (child_ < 0) {
+        throw std::runtime_error("cannot open a terminal");
+    }
+    if (child_ == 0) {
+        execute(std::move(arguments));
+    }
+}
+
+Terminal::~Terminal() {
+    if (child_ > 0) {
+        ::kill(child_, SIGKILL);
+        ::waitpid(child_, nullptr, 0);
+    }
+    ::close(master_);
+}
+
+void Terminal::type(std::string_view keys) const {
+    if (::write(master_, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size())) {
+        throw std::runtime_error("cannot type");
+    }
+}
+
+bool Terminal::read() {
+    struct pollfd ready {
+        master_, POLLIN, 0
+    };
+    if (::poll(&ready, 1, patienceMs) <= 0) {
+        return false;
+    }
+    char buffer[4096];
+    ssize_t const count = ::read(master_, buffer, sizeof buffer);
+    if (count > 0) {
+        screen_.append(buffer, static_cast<std::size_t>(count));
+    }
+    return count > 0;
+}
+
+bool Terminal::shows(std::string_view text) {
+    for (;;) {
+        if (auto const found = screen_.find(text, seen_); found != std::string::npos) {
+            seen_ = found + text.size();
+            return true;
+        }
+        if (!read()) {
+            return false;
+        }
+    }
+}
+
+int Terminal::exitStatus() {
+    while (read()) {
+    }
+    int status = 0;
+    ::waitpid(child_, &status, 0);
+    child_ = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+} // namespace Agent
