@@ -36,6 +36,30 @@ template <class Sm> bool reacts(Sm const &machine) noexcept {
            !machine.root()->qorMarkedForDeletion();
 }
 
+// How both machines of a pair handle one key: called from outside, the root and the machine are
+// held until it returns; for a notice nothing yields, either.
+
+template <class Sm, class Key> void handleHeld(Sm &machine, Key key) {
+    Qor::Ptr<Root> const rootHold(machine.root());
+    Qor::Ptr<Sm> const hold(&machine);
+    machine.handleKey(key);
+}
+
+template <class Sm, class Key> void handleInReactor(Sm &machine, Key key) {
+    Qor::Ptr<Root> const rootHold(machine.root());
+    Qor::Ptr<Sm> const hold(&machine);
+    Quam::Gen::InReactor const inside(machine);
+    machine.handleKey(key);
+}
+
+/// A notice for the listening machine, with its key.
+template <class Sm, class Key> void react(Nuvio::Subscriber const &subscriber, void const *key) {
+    auto &machine = *static_cast<Sm *>(subscriber.owner());
+    if (reacts(machine)) {
+        machine.handleKeyReactor(*static_cast<Key const *>(key));
+    }
+}
+
 template <class Stream>
 constexpr Statement const &statementOf =
     std::is_same_v<Stream, VlanStream> ? Statements::fromVlanConfig : Statements::fromLagUpdate;
@@ -81,9 +105,7 @@ template <class Stream>
 InputChildSm<Stream>::InputChildSm(Qor::Ptr<En const> const &element, Parent *parentSm)
     : en_(element), enSubscriber_(enDispatch, this), parent_(parentSm) {
     QorNuvio::SubscriberScopeGuard const enGuard(enSubscriber_);
-    if (en_) {
-        QorNuvio::subscribeTo(enSubscriber_, en_);
-    }
+    QorNuvio::subscriptionIs(true, enSubscriber_, en_);
     parentIsScanning_ = parent_ && parent_->scanning();
     handleInitialized();
 }
@@ -128,11 +150,7 @@ template <class Stream> void InputChildSm<Stream>::hasNotificationActiveIs(bool 
         return;
     }
     InputStateMachine::hasNotificationActiveIs(active);
-    if (en_ && active) {
-        QorNuvio::subscribeTo(enSubscriber_, en_);
-    } else if (en_) {
-        QorNuvio::unsubscribeFrom(enSubscriber_, en_);
-    }
+    QorNuvio::subscriptionIs(active, enSubscriber_, en_);
 }
 
 template <class Stream> void InputChildSm<Stream>::qorDoZombieReactors(bool marked) noexcept {
@@ -215,25 +233,19 @@ template <class Stream> void InputChildSm<Stream>::handleKey(MemberKey memberKey
 }
 
 template <class Stream> void InputChildSm<Stream>::handleKeyHeld(MemberKey memberKey) {
-    Qor::Ptr<Root> const rootHold(root());
-    Qor::Ptr<InputChildSm> const hold(this);
-    handleKey(memberKey);
+    handleHeld(*this, memberKey);
 }
 
 template <class Stream> void InputChildSm<Stream>::handleKeyReactor(MemberKey memberKey) {
-    Qor::Ptr<Root> const rootHold(root());
-    Qor::Ptr<InputChildSm> const hold(this);
-    Quam::Gen::InReactor const inside(*this);
-    handleKey(memberKey);
+    handleInReactor(*this, memberKey);
 }
 
 template <class Stream>
 void InputChildSm<Stream>::enDispatch(Nuvio::Publisher * /*publisher*/,
                                       Nuvio::Subscriber *subscriber, short attributeId,
                                       void const *memberKey, void const * /*reserved*/) noexcept {
-    auto &self = *static_cast<InputChildSm *>(subscriber->owner());
-    if (attributeId == Stream::childAttribute && reacts(self)) {
-        self.handleKeyReactor(*static_cast<MemberKey const *>(memberKey));
+    if (attributeId == Stream::childAttribute) {
+        react<InputChildSm, MemberKey>(*subscriber, memberKey);
     }
 }
 
@@ -264,17 +276,13 @@ InputParentSm<Stream>::InputParentSm(Qor::Ptr<En const> const &input, Root *root
     : en_(input), enSubscriber_(enDispatch, this), parent_(rootSm), scanTask_(taskDispatch, this) {
     QorNuvio::SubscriberScopeGuard const enGuard(enSubscriber_);
     QorNuvio::SubscriberScopeGuard const taskGuard(scanTask_.subscriber());
-    if (en_) {
-        QorNuvio::subscribeTo(enSubscriber_, en_);
-    }
+    QorNuvio::subscriptionIs(true, enSubscriber_, en_);
     handleInitialized();
 }
 
 template <class Stream> InputParentSm<Stream>::~InputParentSm() {
     InputParentSm::qorDoZombieReactors(true);
-    if (en_) {
-        QorNuvio::unsubscribeFrom(enSubscriber_, en_);
-    }
+    QorNuvio::subscriptionIs(false, enSubscriber_, en_);
     childSmDelAll();
     taskDel();
 }
@@ -301,11 +309,7 @@ template <class Stream> void InputParentSm<Stream>::hasNotificationActiveIs(bool
         return;
     }
     InputStateMachine::hasNotificationActiveIs(active);
-    if (en_ && active) {
-        QorNuvio::subscribeTo(enSubscriber_, en_);
-    } else if (en_) {
-        QorNuvio::unsubscribeFrom(enSubscriber_, en_);
-    }
+    QorNuvio::subscriptionIs(active, enSubscriber_, en_);
     for (auto child = childSm_.iterator(); child; child.advance()) {
         child.node()->value()->hasNotificationActiveIs(active);
     }
@@ -452,25 +456,19 @@ template <class Stream> void InputParentSm<Stream>::handleKey(Key key) {
 }
 
 template <class Stream> void InputParentSm<Stream>::handleKeyHeld(Key key) {
-    Qor::Ptr<Root> const rootHold(root());
-    Qor::Ptr<InputParentSm> const hold(this);
-    handleKey(key);
+    handleHeld(*this, key);
 }
 
 template <class Stream> void InputParentSm<Stream>::handleKeyReactor(Key key) {
-    Qor::Ptr<Root> const rootHold(root());
-    Qor::Ptr<InputParentSm> const hold(this);
-    Quam::Gen::InReactor const inside(*this);
-    handleKey(key);
+    handleInReactor(*this, key);
 }
 
 template <class Stream>
 void InputParentSm<Stream>::enDispatch(Nuvio::Publisher * /*publisher*/,
                                        Nuvio::Subscriber *subscriber, short attributeId,
                                        void const *key, void const * /*reserved*/) noexcept {
-    auto &self = *static_cast<InputParentSm *>(subscriber->owner());
-    if (attributeId == Stream::parentAttribute && reacts(self)) {
-        self.handleKeyReactor(*static_cast<Key const *>(key));
+    if (attributeId == Stream::parentAttribute) {
+        react<InputParentSm, Key>(*subscriber, key);
     }
 }
 

@@ -40,11 +40,7 @@ class TaskSlot {
     }
     /// Hear the task's runs or not. A request made meanwhile waits.
     void notificationActiveIs(bool active) noexcept {
-        if (task_ && active) {
-            QorNuvio::subscribeTo(subscriber_, task_);
-        } else if (task_) {
-            QorNuvio::unsubscribeFrom(subscriber_, task_);
-        }
+        QorNuvio::subscriptionIs(active, subscriber_, task_);
     }
 
   private:

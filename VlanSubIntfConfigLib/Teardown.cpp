@@ -12,17 +12,8 @@ namespace VlanSubIntfConfigLib {
 namespace {
 
 template <class Object>
-void subscriptionIs(bool active, Nuvio::Subscriber &subscriber, Qor::Ptr<Object> const &object) {
-    if (object && active) {
-        QorNuvio::subscribeTo(subscriber, object);
-    } else if (object) {
-        QorNuvio::unsubscribeFrom(subscriber, object);
-    }
-}
-
-template <class Object>
 Qor::Ptr<Object> takeOut(Qor::Ptr<Object> &owned, Nuvio::Subscriber &subscriber) noexcept {
-    subscriptionIs(false, subscriber, owned);
+    QorNuvio::subscriptionIs(false, subscriber, owned);
     return std::exchange(owned, nullptr);
 }
 
@@ -48,8 +39,8 @@ void ConfigSm::hasNotificationActiveIs(bool active) noexcept {
         return;
     }
     PtrInterface::hasNotificationActiveIs(active);
-    subscriptionIs(active, inputSmScanStateSubscriber_, inputSmScanState_);
-    subscriptionIs(active, outputStateSubscriber_, outputState_);
+    QorNuvio::subscriptionIs(active, inputSmScanStateSubscriber_, inputSmScanState_);
+    QorNuvio::subscriptionIs(active, outputStateSubscriber_, outputState_);
     if (lagPhyIntfConfigSm2_) {
         lagPhyIntfConfigSm2_->hasNotificationActiveIs(active);
     }
@@ -100,7 +91,7 @@ Qor::Ptr<Osk::TaskScheduler> ConfigSm::schedulerDel() noexcept {
 
 ConfigSm::~ConfigSm() {
     ConfigSm::qorDoZombieReactors(true);
-    subscriptionIs(false, inputSmScanStateSubscriber_, inputSmScanState_);
+    QorNuvio::subscriptionIs(false, inputSmScanStateSubscriber_, inputSmScanState_);
     outputStateDel();
     lagPhyIntfConfigSm2Del();
     vlanConfigSm0Del();

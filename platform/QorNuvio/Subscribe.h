@@ -1,6 +1,6 @@
 // Subscribing to an object of the runtime.
 //
-// Both functions are harmless when there is nothing to do: a subscriber is registered once however
+// These functions are harmless when there is nothing to do: a subscriber is registered once however
 // often it is asked for, and one that is not registered is left alone.
 #pragma once
 
@@ -22,6 +22,17 @@ void subscribeTo(Nuvio::Subscriber &subscriber, Qor::Ptr<T> const &object) noexc
 template <std::derived_from<Qor::Entity> T>
 void unsubscribeFrom(Nuvio::Subscriber &subscriber, Qor::Ptr<T> const &object) noexcept {
     object->publisher().subscriberRemove(subscriber);
+}
+
+/// Register `subscriber` on `object` or unregister it; a null object is left alone.
+template <std::derived_from<Qor::Entity> T>
+void subscriptionIs(bool active, Nuvio::Subscriber &subscriber,
+                    Qor::Ptr<T> const &object) noexcept {
+    if (object && active) {
+        subscribeTo(subscriber, object);
+    } else if (object) {
+        unsubscribeFrom(subscriber, object);
+    }
 }
 
 /// In a constructor: when the scope is left by an exception, unregister `subscriber` from wherever
