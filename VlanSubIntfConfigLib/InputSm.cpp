@@ -336,7 +336,7 @@ Qor::Ptr<Osk::Task> InputParentSm<Stream>::taskIs(Qor::Ptr<Osk::TaskScheduler> c
                                                   Osk::TaskPriority priority,
                                                   Nuvio::String const &name) {
     bool const isNew = scanTask_.taskIs(scheduler, priority, name);
-    Qor::Ptr<Osk::Task> const installed = task();
+    Qor::Ptr<Osk::Task> installed = task();
     if (isNew) {
         doInputScan();
     }

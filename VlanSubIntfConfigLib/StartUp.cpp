@@ -143,7 +143,7 @@ Qor::Ptr<ConfigSm::OutputState> ConfigSm::outputStateFactory() {
 }
 
 Qor::Ptr<ConfigSm::OutputState> ConfigSm::outputStateIs() {
-    auto const state = outputStateFactory();
+    auto state = outputStateFactory();
     outputStateDel();
     outputState_ = state;
     QorNuvio::subscribeTo(outputStateSubscriber_, state);

@@ -63,6 +63,7 @@ template <class T> class Ptr {
     template <Impl::PointsAs<T> U> Ptr(Ptr<U> &&other) noexcept : object_(other.detach()) {}
     ~Ptr() { drop(); }
 
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the copy holds the object meanwhile
     Ptr &operator=(Ptr const &other) noexcept {
         Ptr(other).swap(*this);
         return *this;
