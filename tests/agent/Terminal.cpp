@@ -4,10 +4,13 @@
 #include <pty.h>
 #include <signal.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <stdexcept>
+#include <thread>
 
 namespace Agent {
 namespace {
@@ -48,7 +51,22 @@ Terminal::~Terminal() {
     ::close(master_);
 }
 
+/// The line editor prints its prompt before it takes the terminal over; a key typed in between is
+/// still the terminal's own, which swallows a control-D.
+void Terminal::awaitEditor() const {
+    constexpr auto pause = std::chrono::milliseconds(1);
+    struct termios mode {};
+    for (int waitedMs = 0; waitedMs < patienceMs; ++waitedMs) {
+        if (::tcgetattr(master_, &mode) == 0 && (mode.c_lflag & ICANON) == 0) {
+            return;
+        }
+        std::this_thread::sleep_for(pause);
+    }
+    throw std::runtime_error("the program does not edit lines");
+}
+
 void Terminal::type(std::string_view keys) const {
+    awaitEditor();
     if (::write(master_, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size())) {
         throw std::runtime_error("cannot type");
     }
@@ -59,6 +77,7 @@ bool Terminal::read() {
         master_, POLLIN, 0
     };
     if (::poll(&ready, 1, patienceMs) <= 0) {
+        ::kill(child_, SIGKILL); // it hangs
         return false;
     }
     char buffer[4096];

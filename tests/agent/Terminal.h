@@ -28,6 +28,7 @@ class Terminal {
     [[nodiscard]] int exitStatus();
 
   private:
+    void awaitEditor() const;
     [[nodiscard]] bool read();
 
     pid_t child_ = -1;
