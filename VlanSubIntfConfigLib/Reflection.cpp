@@ -19,9 +19,10 @@ using Qor::Attribute;
 template <class Key>
 Qor::Status orderAndText(Attribute const &attribute, Qor::TypeImpl const &type, void *object,
                          Qor::Operation &operation) {
+    constexpr auto order = &Key::operator<;
     switch (operation.code) {
     case Qor::OpCode::invoke:
-        Qor::Impl::Call < &Key::operator<>::invoke(attribute, type, object, operation, true);
+        Qor::Impl::Call<order>::invoke(attribute, type, object, operation, true);
         return Qor::Status::done;
     case Qor::OpCode::fromText: {
         Qor::Impl::needArguments(attribute, type, operation, 1);
