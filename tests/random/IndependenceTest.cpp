@@ -1,7 +1,8 @@
 // What is not to show in the result: the order of hashes, the cuts of the scheduler, the mode.
 #include "tests/model/Entities.h"
-#include "tests/random/Property.h"
-#include "tests/random/World.h"
+#include "tests/random/Generate.h"
+#include "tests/world/Frame.h"
+#include "tests/world/World.h"
 
 #include <gtest/gtest.h>
 // RapidCheck's frame is made of gtest's macros.

@@ -1,6 +1,7 @@
 // Whole lives: machines that come and go at any moment.
-#include "tests/random/Property.h"
-#include "tests/random/World.h"
+#include "tests/random/Generate.h"
+#include "tests/world/Frame.h"
+#include "tests/world/World.h"
 
 #include <gtest/gtest.h>
 // RapidCheck's frame is made of gtest's macros.
@@ -12,7 +13,8 @@ namespace {
 RC_GTEST_PROP(Life, AgreesWithTheModelAfterEveryStep, ()) {
     playInFrame(*genHistory(15 * Kind::run + inputChanges() + 1 * Kind::settle + 1 * Kind::quiet +
                             2 * Kind::vlanNotice + 1 * Kind::lagNotice + 2 * Kind::restart +
-                            1 * Kind::release + 1 * Kind::releaseInside + 1 * Kind::withdraw));
+                            1 * Kind::release + 1 * Kind::releaseInside + 1 * Kind::withdraw +
+                            1 * Kind::reprioritise));
 }
 
 RC_GTEST_PROP(Life, EndsCleanlyWhereverTheMachineIsReleased, ()) {
@@ -31,7 +33,7 @@ RC_GTEST_PROP(Life, EndsCleanlyWhenReleasedInsideANotice, ()) {
                             10 * Kind::restart + 2 * Kind::settle));
 }
 
-RC_GTEST_PROP(Life, CanWithdrawEverythingAtItsEnd, ()) {
+RC_GTEST_PROP(Life, CanWithdrawEverythingAtAnyMoment, ()) {
     playInFrame(*genHistory(15 * Kind::run + inputChanges() + 3 * Kind::withdraw +
                             6 * Kind::restart + 2 * Kind::settle));
 }

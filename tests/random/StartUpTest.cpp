@@ -1,7 +1,8 @@
 // Start-up over whatever an earlier run left, undisturbed and disturbed.
 #include "tests/model/Entities.h"
-#include "tests/random/Property.h"
-#include "tests/random/World.h"
+#include "tests/random/Generate.h"
+#include "tests/world/Frame.h"
+#include "tests/world/World.h"
 
 #include <gtest/gtest.h>
 // RapidCheck's frame is made of gtest's macros.
@@ -22,8 +23,9 @@ RC_GTEST_PROP(StartUp, TakesOverWhatAnEarlierRunLeft, ()) {
 }
 
 RC_GTEST_PROP(StartUp, IsRightAfterEveryStepWhileInputsChange, ()) {
-    History history = *genHistory(12 * Kind::run + inputChanges() + 1 * Kind::quiet +
-                                  2 * Kind::vlanNotice + 1 * Kind::lagNotice);
+    History history =
+        *genHistory(12 * Kind::run + inputChanges() + 1 * Kind::quiet + 2 * Kind::vlanNotice +
+                    1 * Kind::lagNotice + 2 * Kind::reprioritise);
     history.manner.synchronous = false;
     playInFrame(history);
 }

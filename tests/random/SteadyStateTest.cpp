@@ -1,6 +1,7 @@
 // A machine that is ready: every change of an input is in the output when its notice returns.
-#include "tests/random/Property.h"
-#include "tests/random/World.h"
+#include "tests/random/Generate.h"
+#include "tests/world/Frame.h"
+#include "tests/world/World.h"
 
 #include <gtest/gtest.h>
 // RapidCheck's frame is made of gtest's macros.

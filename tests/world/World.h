@@ -8,13 +8,14 @@
 #include "VlanSubIntfConfigLib/VlanSubIntfConfigLib.h"
 #include "tests/model/Model.h"
 #include "tests/model/TakeOver.h"
-#include "tests/random/DirectoryWatch.h"
-#include "tests/random/History.h"
+#include "tests/world/DirectoryWatch.h"
+#include "tests/world/History.h"
 
 #include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace Histories {
 
@@ -40,19 +41,28 @@ class World final : public DirectoryWatch::Listener {
     void settle();
     /// Have a machine, let it settle, and check that it has come to rest.
     void finish();
+    /// Whether the world is compared with the model after each step; else only told of it.
+    void checksAre(bool checks) { checks_ = checks; }
     /// After each restart let the new machine settle before anything else changes.
     void settleAfterRestartIs(bool settle) { settleAfterRestart_ = settle; }
 
     [[nodiscard]] bool hasMachine() const { return machine_ != nullptr; }
+    /// The machine's tasks that are there.
+    [[nodiscard]] std::vector<Qor::Ptr<Osk::Task>> tasks() const;
     [[nodiscard]] Model::Inputs const &inputs() const { return inputs_; }
     [[nodiscard]] Model::Output output() const;
 
   private:
     enum class Trap { none, directory, outputState, input };
+    /// Whether the machine was told to withdraw everything, and whether it is known what stands in
+    /// the directory since: nothing that the inputs want, unless scans that were under way brought
+    /// it back, or an input has changed.
+    enum class Withdrawn { no, allGone, someMayBeBack };
 
     void run();
-    void quiet();
-    void withdraw();
+    void quiet(Step const &step);
+    void reprioritise(Step const &step);
+    void withdraw(Step const &step);
     void vlanAdd(int vlan);
     void vlanDel(int vlan);
     void vlanFilled(Step const &step);
@@ -71,6 +81,8 @@ class World final : public DirectoryWatch::Listener {
     /// One step that makes `after` of the inputs.
     void change(std::string const &name, Model::Inputs const &after,
                 std::function<void()> const &action);
+    /// What happens now may bring back what was withdrawn.
+    void bringsBack();
     [[nodiscard]] bool filledMayEnter() const { return !machine_ || machine_->initialScanDone(); }
 
     // Checks at the end of a step.
@@ -79,6 +91,8 @@ class World final : public DirectoryWatch::Listener {
     void checkMachine(Model::Output const &actual);
     void checkRest();
     void checkNoMachine(Model::Output const &actual);
+    void checkWithdrawn(Model::Phase before);
+    [[nodiscard]] bool isUnwatched(Bridging::VlanId vlan) const;
     void expect(bool holds, std::string const &what);
     void expectSame(std::string const &differences, std::string const &where);
     void violated(std::string const &what);
@@ -95,6 +109,8 @@ class World final : public DirectoryWatch::Listener {
     static void onOutputState(Nuvio::Publisher *, Nuvio::Subscriber *subscriber, short,
                               void const *, void const *) noexcept;
 
+    Scale scale_;
+    Pools const &pools_;
     Manner manner_;
     Qor::Ptr<Osk::TaskScheduler> scheduler_;
     Qor::Ptr<Bridging::Config> bridging_;
@@ -117,8 +133,10 @@ class World final : public DirectoryWatch::Listener {
 
     std::string stepName_;
     std::string violations_;
+    bool checks_ = true;
     bool starting_ = false;
-    bool withdrawing_ = false;
+    bool withdrawing_ = false; ///< at this moment
+    Withdrawn withdrawn_ = Withdrawn::no;
     bool releasedInside_ = false; ///< in this step
     bool settleAfterRestart_ = false;
 };

@@ -1,5 +1,5 @@
 // The world's parts and the steps. The checks are in WorldChecks.cpp.
-#include "tests/random/World.h"
+#include "tests/world/World.h"
 
 #include "tests/model/Entities.h"
 
@@ -45,8 +45,8 @@ std::unique_ptr<Osk::Share> shareOf(Manner const &manner) {
 } // namespace
 
 World::World(History const &history)
-    : manner_(history.manner), scheduler_(Osk::TaskScheduler::TaskSchedulerIs()),
-      bridging_(Bridging::Config::ConfigIs()),
+    : scale_(history.scale), pools_(history.pools()), manner_(history.manner),
+      scheduler_(Osk::TaskScheduler::TaskSchedulerIs()), bridging_(Bridging::Config::ConfigIs()),
       mapping_(Lag::LagPhyIntfMapping::LagPhyIntfMappingIs()),
       dir_(VlanSubIntfConfigLib::VlanSubIntfConfigDir::VlanSubIntfConfigDirIs()),
       frozen_(history.leftBehind) {
@@ -78,9 +78,11 @@ void World::machineIs() {
     takeOver_.emplace(output());
     lastPhase_ = Model::Phase::firstScan;
     trap_ = Trap::none;
+    withdrawn_ = Withdrawn::no;
     step("start", [this] {
         Quam::SmControl control;
         control.schedulerIs(scheduler_);
+        control.priorityIs(manner_.priority);
         control.synchronousIs(manner_.synchronous ? Quam::Synchronous::synchronous
                                                   : Quam::Synchronous::asynchronous);
         starting_ = true;
@@ -100,35 +102,63 @@ void World::machineDel() {
     }
 }
 
-void World::withdraw() {
-    if (!machine_ || !machine_->initialScanDone()) {
-        return;
-    }
-    step("withdraw", [this] {
-        withdrawing_ = true;
-        Qor::Ptr<VlanSubIntfConfigLib::ConfigSm> const held = machine_;
-        held->doDeleteAll();
-        withdrawing_ = false;
-        frozen_ = output();
-        Model::forEachSubIntf(
-            inputs_, [this](int vlan, std::string const &intf, Model::Port const & /*port*/) {
-                expect(!frozen_.contains(vlan) || !frozen_.at(vlan).contains(intf),
-                       "not withdrawn: " + std::to_string(vlan) + ' ' + intf);
-            });
-        expect(held->localAttrStore()->lagVlanStatus().empty(), "pairs are left in lagVlanStatus");
-        machine_ = nullptr;
-    });
-}
-
-void World::quiet() {
+void World::withdraw(Step const &step) {
     if (!machine_) {
         return;
     }
-    step("quiet", [this] {
+    bool const thenReleased = bit(step.value, 0);
+    this->step("withdraw", [&] {
+        Model::Phase const before = phase();
+        withdrawing_ = true;
+        machine_->doDeleteAll();
+        withdrawing_ = false;
+        checkWithdrawn(before);
+        // Until the second scans are over, they bring everything back that they have not passed.
+        withdrawn_ = before >= Model::Phase::entryWalk && withdrawn_ != Withdrawn::someMayBeBack
+                         ? Withdrawn::allGone
+                         : Withdrawn::someMayBeBack;
+        if (thenReleased) {
+            frozen_ = output();
+            machine_ = nullptr;
+        }
+    });
+}
+
+void World::quiet(Step const &step) {
+    if (!machine_) {
+        return;
+    }
+    bool const thenReleased = step.value % 4 == 3;
+    this->step("quiet", [&] {
         machine_->hasNotificationActiveIs(false);
         expect(!scheduler_->runOne(), "a task ran while notifications were off");
-        machine_->hasNotificationActiveIs(true);
+        if (thenReleased) {
+            frozen_ = output();
+            machine_ = nullptr;
+        } else {
+            machine_->hasNotificationActiveIs(true);
+        }
     });
+}
+
+void World::reprioritise(Step const &step) {
+    std::vector<Qor::Ptr<Osk::Task>> const all = tasks();
+    if (!all.empty()) {
+        this->step("reprioritise",
+                   [&] { all[step.place % all.size()]->taskPriorityIs(step.priority()); });
+    }
+}
+
+std::vector<Qor::Ptr<Osk::Task>> World::tasks() const {
+    if (!machine_) {
+        return {};
+    }
+    std::vector<Qor::Ptr<Osk::Task>> all = {
+        machine_->lagPhyIntfConfigSm2()->task(), machine_->vlanConfigSm0()->task(),
+        machine_->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputReconciliationTask(),
+        machine_->vlanSubIntfConfigDirConfigIntfOutputReconciliationTask()};
+    std::erase(all, nullptr);
+    return all;
 }
 
 void World::run() {
@@ -137,9 +167,14 @@ void World::run() {
 
 void World::settle() {
     constexpr int enough = 5000;
-    for (int runs = 0; scheduler_->hasWork(); ++runs) {
-        run();
-        expect(runs < enough, "does not come to rest");
+    for (int steps = 0; scheduler_->hasWork(); ++steps) {
+        expect(steps < enough, "does not come to rest");
+        step("settle", [this] {
+            // Every one checked, a large world takes too long.
+            int runs = scale_ == Scale::small ? 1 : 32;
+            while (runs-- > 0 && scheduler_->runOne()) {
+            }
+        });
     }
 }
 
@@ -169,31 +204,33 @@ void World::apply(Step const &step) {
     case Kind::settle:
         return settle();
     case Kind::vlanAdd:
-        return vlanAdd(step.vlan());
+        return vlanAdd(step.vlan(pools_));
     case Kind::vlanDel:
-        return vlanDel(step.vlan());
+        return vlanDel(step.vlan(pools_));
     case Kind::vlanFilled:
         return vlanFilled(step);
     case Kind::portIs:
-        return portIs(step.vlan(), step.intf(), step.port());
+        return portIs(step.vlan(pools_), step.intf(pools_), step.port());
     case Kind::portDel:
         return portDel(step);
     case Kind::lagAdd:
-        return lagAdd(step.lag());
+        return lagAdd(step.lag(pools_));
     case Kind::lagDel:
-        return lagDel(step.lag());
+        return lagDel(step.lag(pools_));
     case Kind::lagFilled:
         return lagFilled(step);
     case Kind::memberIs:
-        return memberIs(step.lag(), step.member(), step.memberConfig());
+        return memberIs(step.lag(pools_), step.member(pools_), step.memberConfig());
     case Kind::memberDel:
         return memberDel(step);
     case Kind::vlanNotice:
-        return vlanNotice(step.vlan());
+        return vlanNotice(step.vlan(pools_));
     case Kind::lagNotice:
-        return lagNotice(step.lag());
+        return lagNotice(step.lag(pools_));
     case Kind::quiet:
-        return quiet();
+        return quiet(step);
+    case Kind::reprioritise:
+        return reprioritise(step);
     case Kind::restart:
         machineDel();
         return machineIs();
@@ -204,7 +241,7 @@ void World::apply(Step const &step) {
         trapCount_ = step.item % 8U + 1;
         return;
     case Kind::withdraw:
-        return withdraw();
+        return withdraw(step);
     }
 }
 
@@ -215,12 +252,19 @@ void World::step(std::string const &name, std::function<void()> const &action) {
     check();
 }
 
+void World::bringsBack() {
+    if (withdrawn_ != Withdrawn::no) {
+        withdrawn_ = Withdrawn::someMayBeBack;
+    }
+}
+
 void World::change(std::string const &name, Model::Inputs const &after,
                    std::function<void()> const &action) {
     stepName_ = name;
     inputsBefore_ = std::exchange(inputs_, after);
     if (machine_) {
         takeOver_->inputsChange(inputsBefore_, inputs_, phase());
+        bringsBack();
     }
     action();
     check();
@@ -245,24 +289,24 @@ void World::vlanDel(int vlan) {
         bridging_->vlanConfigDel(Model::vlanId(vlan));
         expect(!removed->publisher().hasSubscribers(), "the removed VLAN is still listened to");
         // Nobody hears this any more.
-        Model::fill(*removed, {{interfaces.front(), {}}});
+        Model::fill(*removed, {{pools_.interfaces.front(), {}}});
     });
 }
 
 void World::vlanFilled(Step const &step) {
-    vlanDel(step.vlan());
+    vlanDel(step.vlan(pools_));
     if (!filledMayEnter()) {
-        vlanAdd(step.vlan());
-        for (auto const &[intf, port] : step.ports()) {
-            portIs(step.vlan(), intf, port);
+        vlanAdd(step.vlan(pools_));
+        for (auto const &[intf, port] : step.ports(pools_)) {
+            portIs(step.vlan(pools_), intf, port);
         }
         return;
     }
     Model::Inputs after = inputs_;
-    after.vlans[step.vlan()] = step.ports();
-    change("vlanFilled " + std::to_string(step.vlan()), after, [&] {
-        auto const vlan = Qor::make<Bridging::VlanConfig>(Model::vlanId(step.vlan()));
-        Model::fill(*vlan, step.ports());
+    after.vlans[step.vlan(pools_)] = step.ports(pools_);
+    change("vlanFilled " + std::to_string(step.vlan(pools_)), after, [&] {
+        auto const vlan = Qor::make<Bridging::VlanConfig>(Model::vlanId(step.vlan(pools_)));
+        Model::fill(*vlan, step.ports(pools_));
         bridging_->vlanConfigInsertForTest(vlan);
     });
 }
@@ -277,6 +321,7 @@ void World::vlanNotice(int vlan) {
         if (machine_) {
             takeOver_->vlanNoticed(inputs_, vlan, phase());
         }
+        bringsBack();
         auto const key = Model::vlanId(vlan);
         bridging_->publisher().publishChange(Bridging::Config::vlanConfigAttribute, &key);
     });
@@ -296,13 +341,14 @@ void World::portIs(int vlan, std::string const &intf, Model::Port const &port) {
 
 void World::portDel(Step const &step) {
     Model::Inputs after = inputs_;
-    auto const vlan = after.vlans.find(step.vlan());
+    auto const vlan = after.vlans.find(step.vlan(pools_));
     if (vlan == after.vlans.end()) {
         return;
     }
-    vlan->second.erase(step.intf());
-    change("portDel " + std::to_string(step.vlan()) + ' ' + step.intf(), after, [&] {
-        bridging_->vlanConfigIs(Model::vlanId(step.vlan()))->intfDel(Model::intfId(step.intf()));
+    vlan->second.erase(step.intf(pools_));
+    change("portDel " + std::to_string(step.vlan(pools_)) + ' ' + step.intf(pools_), after, [&] {
+        bridging_->vlanConfigIs(Model::vlanId(step.vlan(pools_)))
+            ->intfDel(Model::intfId(step.intf(pools_)));
     });
 }
 
@@ -324,24 +370,24 @@ void World::lagDel(std::string const &lag) {
         mapping_->lagPhyIntfConfigDel(Model::intfId(lag));
         expect(!removed->publisher().hasSubscribers(), "the removed LAG is still listened to");
         // Nobody hears this any more.
-        Model::fill(*removed, {{members.front(), Model::configured}});
+        Model::fill(*removed, {{pools_.members.front(), Model::configured}});
     });
 }
 
 void World::lagFilled(Step const &step) {
-    lagDel(step.lag());
+    lagDel(step.lag(pools_));
     if (!filledMayEnter()) {
-        lagAdd(step.lag());
-        for (auto const &[member, config] : step.lagMembers()) {
-            memberIs(step.lag(), member, config);
+        lagAdd(step.lag(pools_));
+        for (auto const &[member, config] : step.lagMembers(pools_)) {
+            memberIs(step.lag(pools_), member, config);
         }
         return;
     }
     Model::Inputs after = inputs_;
-    after.lags[step.lag()] = step.lagMembers();
-    change("lagFilled " + step.lag(), after, [&] {
-        auto const lag = Qor::make<Lag::LagPhyIntfConfig>(Model::intfId(step.lag()));
-        Model::fill(*lag, step.lagMembers());
+    after.lags[step.lag(pools_)] = step.lagMembers(pools_);
+    change("lagFilled " + step.lag(pools_), after, [&] {
+        auto const lag = Qor::make<Lag::LagPhyIntfConfig>(Model::intfId(step.lag(pools_)));
+        Model::fill(*lag, step.lagMembers(pools_));
         mapping_->lagPhyIntfConfigInsertForTest(lag);
     });
 }
@@ -351,6 +397,7 @@ void World::lagNotice(std::string const &lag) {
         return;
     }
     step("lagNotice " + lag, [&] {
+        bringsBack();
         auto const key = Model::intfId(lag);
         mapping_->publisher().publishChange(Lag::LagPhyIntfMapping::lagPhyIntfConfigAttribute,
                                             &key);
@@ -372,14 +419,14 @@ void World::memberIs(std::string const &lag, std::string const &member,
 
 void World::memberDel(Step const &step) {
     Model::Inputs after = inputs_;
-    auto const lag = after.lags.find(step.lag());
+    auto const lag = after.lags.find(step.lag(pools_));
     if (lag == after.lags.end()) {
         return;
     }
-    lag->second.erase(step.member());
-    change("memberDel " + step.lag() + ' ' + step.member(), after, [&] {
-        mapping_->lagPhyIntfConfigIs(Model::intfId(step.lag()))
-            ->phyIntfDel(Model::intfId(step.member()));
+    lag->second.erase(step.member(pools_));
+    change("memberDel " + step.lag(pools_) + ' ' + step.member(pools_), after, [&] {
+        mapping_->lagPhyIntfConfigIs(Model::intfId(step.lag(pools_)))
+            ->phyIntfDel(Model::intfId(step.member(pools_)));
     });
 }
 

@@ -1,4 +1,4 @@
-#include "tests/random/DirectoryWatch.h"
+#include "tests/world/DirectoryWatch.h"
 
 #include <utility>
 

@@ -1,13 +1,13 @@
-#include "tests/random/Property.h"
+#include "tests/world/Frame.h"
 
 #include "platform/Qor.h"
-#include "tests/random/World.h"
 #include "tests/support/Census.h"
+#include "tests/world/World.h"
 
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
+#include <sstream>
 #include <string>
 
 namespace Histories {
@@ -26,22 +26,6 @@ extern "C" void printCurrentHistory(int /*signal*/) {
     }
 }
 
-/// Enough to find in a minute what the cases can find at all.
-constexpr int casesOfAProperty = 500;
-
-bool parametersSet() {
-    char const *const given = std::getenv("RC_PARAMS");
-    std::string parameters = given ? given : "";
-    if (parameters.find("max_success") == std::string::npos) {
-        parameters += " max_success=" + std::to_string(casesOfAProperty);
-        setenv("RC_PARAMS", parameters.c_str(), 1);
-    }
-    std::signal(SIGABRT, printCurrentHistory);
-    return true;
-}
-
-[[maybe_unused]] bool const parametersAreSet = parametersSet();
-
 /// The process's hash seed, replaced as long as this lives.
 class HashSeed {
   public:
@@ -57,7 +41,10 @@ class HashSeed {
 } // namespace
 
 void inFrame(History const &history, std::function<void()> const &body) {
-    current() = "the history under way:\n" + history.text();
+    std::signal(SIGABRT, printCurrentHistory);
+    std::ostringstream text;
+    text << "the history under way:\n" << history;
+    current() = text.str();
     auto const baseline = TestSupport::liveCounts();
     {
         HashSeed const seed(history.manner.seed);
