@@ -8,7 +8,6 @@
 #include "tests/model/Model.h"
 
 #include <cstdint>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -26,9 +25,18 @@ inline Bridging::VlanId vlanId(int vlan) {
     return Bridging::VlanId(static_cast<std::uint16_t>(vlan));
 }
 inline std::string wordOf(Bridging::AllowedTrafficDirection direction) {
-    std::ostringstream text;
-    text << direction;
-    return text.str();
+    using enum Bridging::AllowedTrafficDirection;
+    switch (direction) {
+    case none:
+        return "none";
+    case ingress:
+        return "ingress";
+    case egress:
+        return "egress";
+    case both:
+        return "both";
+    }
+    throw std::invalid_argument("no direction");
 }
 /// Requires: `word` is the word of a direction.
 inline Bridging::AllowedTrafficDirection directionOf(std::string const &word) {

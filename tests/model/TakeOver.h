@@ -20,6 +20,7 @@
 #include "tests/model/Model.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <set>
 #include <string>
@@ -117,6 +118,34 @@ class TakeOver {
     /// Whether the entry is known to have been written in this run.
     [[nodiscard]] bool isWritten(int vlan, std::string const &intf) const {
         return written_.contains({vlan, intf});
+    }
+
+    /// Everything known, word by word and text by text.
+    template <class Sink> void addTo(Sink &sink) const {
+        for (auto const &[vlan, entries] : left_) {
+            sink.add(static_cast<std::uint64_t>(vlan));
+            for (auto const &[intf, entry] : entries) {
+                sink.add(intf);
+                sink.add(entry.direction);
+                sink.add(std::uint64_t{entry.tagOnEgress});
+                for (std::string const &member : entry.members) {
+                    sink.add(member);
+                }
+                sink.add(entry.members.size());
+            }
+            sink.add(entries.size());
+        }
+        for (auto const *places : {&written_, &gotMember_, &gotMemberLate_}) {
+            for (auto const &[vlan, intf] : *places) {
+                sink.add(static_cast<std::uint64_t>(vlan));
+                sink.add(intf);
+            }
+            sink.add(places->size());
+        }
+        for (int const vlan : leftEmpty_) {
+            sink.add(static_cast<std::uint64_t>(vlan));
+        }
+        sink.add(static_cast<std::uint64_t>(lastPhase_));
     }
 
   private:

@@ -165,6 +165,24 @@ void World::run() {
     step("run", [this] { scheduler_->runOne(); });
 }
 
+void World::run(Qor::Ptr<Osk::Task> const &chosen) {
+    step("run " + std::string(chosen->taskName().view()), [&] {
+        auto const others = tasks();
+        auto const readyIs = [&](bool ready) {
+            for (auto const &task : others) {
+                if (task != chosen) {
+                    task->hasNotificationActiveIs(ready);
+                }
+            }
+        };
+        readyIs(false);
+        std::uint64_t const runsBefore = chosen->statistics().runs;
+        scheduler_->runOne();
+        expect(chosen->statistics().runs == runsBefore + 1, "another task ran");
+        readyIs(true);
+    });
+}
+
 void World::settle() {
     constexpr int enough = 5000;
     for (int steps = 0; scheduler_->hasWork(); ++steps) {
@@ -187,6 +205,14 @@ void World::finish() {
         expect(Model::read(*bridging_, *mapping_) == inputs_,
                "the inputs are not those of the model");
     });
+}
+
+std::vector<Qor::Ptr<Osk::Task>> World::readyTasks() const {
+    auto ready = tasks();
+    std::erase_if(ready, [](auto const &task) {
+        return !task->taskQueued() || !task->publisher().hasSubscribers();
+    });
+    return ready;
 }
 
 // Steps.

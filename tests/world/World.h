@@ -8,13 +8,16 @@
 #include "VlanSubIntfConfigLib/VlanSubIntfConfigLib.h"
 #include "tests/model/Model.h"
 #include "tests/model/TakeOver.h"
+#include "tests/world/Digest.h"
 #include "tests/world/DirectoryWatch.h"
 #include "tests/world/History.h"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Histories {
@@ -33,10 +36,14 @@ class World final : public DirectoryWatch::Listener {
     World(World const &) = delete;
     World &operator=(World const &) = delete;
 
+    /// Let `share` cut the work, whatever the history's manner says.
+    void shareIs(std::unique_ptr<Osk::Share> share) { scheduler_->shareIs(std::move(share)); }
     void machineIs();
     void machineDel();
     void apply(Step const &step);
     void apply(std::vector<Step> const &steps);
+    /// Run this task, whichever has its turn. Requires: it is ready.
+    void run(Qor::Ptr<Osk::Task> const &chosen);
     /// Run tasks until none is ready.
     void settle();
     /// Have a machine, let it settle, and check that it has come to rest.
@@ -49,6 +56,10 @@ class World final : public DirectoryWatch::Listener {
     [[nodiscard]] bool hasMachine() const { return machine_ != nullptr; }
     /// The machine's tasks that are there.
     [[nodiscard]] std::vector<Qor::Ptr<Osk::Task>> tasks() const;
+    /// Those of them that are ready to run.
+    [[nodiscard]] std::vector<Qor::Ptr<Osk::Task>> readyTasks() const;
+    /// Everything that decides what comes next, and what the model knows.
+    void addTo(Digest &digest) const;
     [[nodiscard]] Model::Inputs const &inputs() const { return inputs_; }
     [[nodiscard]] Model::Output output() const;
 
@@ -88,6 +99,7 @@ class World final : public DirectoryWatch::Listener {
     // Checks at the end of a step.
     [[nodiscard]] Model::Phase phase() const;
     void check();
+    void tellModel();
     void checkMachine(Model::Output const &actual);
     void checkRest();
     void checkNoMachine(Model::Output const &actual);
