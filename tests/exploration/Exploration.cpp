@@ -30,8 +30,9 @@ class ChosenShare final : public Osk::Share {
 /// One history, from the machine's making to its rest or its end.
 class Play {
   public:
-    Play(Setting const &setting, Choices &choices, StateSpace *states)
-        : setting_(setting), choices_(choices), states_(states), world_(setting.world) {
+    Play(Setting const &setting, Choices &choices, StateSpace *states, Figures &figures)
+        : setting_(setting), choices_(choices), states_(states), figures_(figures),
+          world_(setting.world) {
         world_.shareIs(std::make_unique<ChosenShare>(choices));
     }
 
@@ -51,6 +52,10 @@ class Play {
         }
         if (world_.hasMachine()) {
             world_.finish();
+            ++figures_.rests;
+            if (world_.keptMembers() > 0) {
+                ++figures_.kept;
+            }
             world_.machineDel();
         }
         if (states_) {
@@ -96,16 +101,17 @@ class Play {
 
     Setting const &setting_;
     Choices &choices_;
-    StateSpace *states_;
+    StateSpace *states_; ///< null: one history is played
+    Figures &figures_;
     World world_;
     unsigned changesMade_ = 0;
     std::string steps_; ///< those that are new
 };
 
-void playOne(Setting const &setting, Choices &choices, StateSpace *states) {
+void playOne(Setting const &setting, Choices &choices, StateSpace *states, Figures &figures) {
     Frame const frame(setting.world.manner.seed);
     {
-        Play history(setting, choices, states);
+        Play history(setting, choices, states, figures);
         try {
             history.play();
         } catch (Mismatch const &mismatch) {
@@ -120,14 +126,16 @@ void playOne(Setting const &setting, Choices &choices, StateSpace *states) {
 
 std::ostream &operator<<(std::ostream &out, Figures const &figures) {
     return out << figures.histories << " histories over " << figures.states << " states, "
-               << figures.played << " played, the longest with " << figures.longest << " choices";
+               << figures.played << " played, the longest with " << figures.longest << " choices; "
+               << figures.rests << " ended at rest, " << figures.kept
+               << " of them with members kept";
 }
 
 Figures explore(Setting const &setting) {
     Figures figures;
     if (char const *const chosen = std::getenv("EXPLORATION_CHOICES")) {
         Choices choices{std::string(chosen)};
-        playOne(setting, choices, nullptr);
+        playOne(setting, choices, nullptr, figures);
         return figures;
     }
     Choices choices;
@@ -137,7 +145,7 @@ Figures explore(Setting const &setting) {
     bool more = true;
     while (more) {
         words = "EXPLORATION_CHOICES=" + choices.text() + " and what follows first\n";
-        playOne(setting, choices, &states);
+        playOne(setting, choices, &states, figures);
         ++figures.played;
         figures.longest = std::max(figures.longest, choices.depth());
         more = choices.next();

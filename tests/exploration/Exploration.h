@@ -34,6 +34,8 @@ struct Figures {
     double histories = 0;
     std::uint64_t states = 0;
     std::uint64_t played = 0; ///< from the beginning
+    std::uint64_t rests = 0;  ///< of those: at the end of which a machine was at rest
+    std::uint64_t kept = 0;   ///< and an entry had members of the earlier run
     std::size_t longest = 0;  ///< choices in one history
 
     friend std::ostream &operator<<(std::ostream &out, Figures const &figures);

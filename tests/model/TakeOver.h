@@ -20,10 +20,12 @@
 #include "tests/model/Model.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <set>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 namespace Model {
@@ -120,6 +122,22 @@ class TakeOver {
         return written_.contains({vlan, intf});
     }
 
+    /// Once it is ready: members that stay from the earlier run under entries that the inputs want,
+    /// although their LAGs do not have them. Nothing was merged into these entries.
+    [[nodiscard]] std::size_t keptMembers(Inputs const &inputs) const {
+        std::size_t kept = 0;
+        forEachSubIntf(inputs, [&](int vlan, std::string const &intf, Port const & /*port*/) {
+            if (Entry const *const old = entryOf(left_, vlan, intf)) {
+                auto const members = membersOf(inputs, intf);
+                kept += static_cast<std::size_t>(
+                    std::ranges::count_if(old->members, [&](std::string const &member) {
+                        return !members.contains(member);
+                    }));
+            }
+        });
+        return kept;
+    }
+
     /// Everything known, word by word and text by text.
     template <class Sink> void addTo(Sink &sink) const {
         for (auto const &[vlan, entries] : left_) {
@@ -160,14 +178,15 @@ class TakeOver {
         return port == ports->second.end() ? nullptr : &port->second;
     }
     template <class OutputType>
-    static auto *entryOf(OutputType &output, int vlan, std::string const &intf) {
+    using EntryOf = std::conditional_t<std::is_const_v<OutputType>, Entry const, Entry>;
+    template <class OutputType>
+    static EntryOf<OutputType> *entryOf(OutputType &output, int vlan, std::string const &intf) {
         auto const entries = output.find(vlan);
-        using EntryPtr = decltype(&entries->second.find(intf)->second);
         if (entries == output.end()) {
-            return EntryPtr(nullptr);
+            return nullptr;
         }
         auto const entry = entries->second.find(intf);
-        return entry == entries->second.end() ? EntryPtr(nullptr) : &entry->second;
+        return entry == entries->second.end() ? nullptr : &entry->second;
     }
     Entry *leftEntry(int vlan, std::string const &intf) { return entryOf(left_, vlan, intf); }
 

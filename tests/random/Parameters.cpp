@@ -2,7 +2,7 @@
 // asks for more, RC_PARAMS="seed=..." for the same again. A case that fails is printed shrunk, with
 // the parameters that repeat it. One that ends the process prints its history as it is, and the
 // parameters printed here repeat the run.
-#include <unistd.h>
+#include "tests/support/Build.h"
 
 #include <cstdlib>
 #include <iostream>
@@ -12,7 +12,7 @@
 namespace {
 
 /// Enough to find in a minute what the cases can find at all.
-constexpr int casesOfAProperty = 500;
+constexpr int casesOfAProperty = TestSupport::optimised ? 500 : 150;
 
 bool parametersSet() {
     char const *const given = std::getenv("RC_PARAMS");

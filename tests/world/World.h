@@ -12,6 +12,7 @@
 #include "tests/world/DirectoryWatch.h"
 #include "tests/world/History.h"
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -58,6 +59,8 @@ class World final : public DirectoryWatch::Listener {
     [[nodiscard]] std::vector<Qor::Ptr<Osk::Task>> tasks() const;
     /// Those of them that are ready to run.
     [[nodiscard]] std::vector<Qor::Ptr<Osk::Task>> readyTasks() const;
+    /// Once it is ready: see the model. Counted apart from what the machine derives.
+    [[nodiscard]] std::size_t keptMembers() const { return takeOver_->keptMembers(inputs_); }
     /// Everything that decides what comes next, and what the model knows.
     void addTo(Digest &digest) const;
     [[nodiscard]] Model::Inputs const &inputs() const { return inputs_; }
