@@ -71,7 +71,10 @@ class NUVIO_EXPORT IntfId {
     }
     [[nodiscard]] constexpr std::uint64_t bits() const noexcept { return bits_; }
 
-    [[nodiscard]] std::uint32_t hash() const noexcept { return hash(0); }
+    /// Under the process's seed, so that identifiers crafted to have one hash cannot be known.
+    [[nodiscard]] std::uint32_t hash() const noexcept {
+        return hash(Qor::HashHelper::hashSeed32());
+    }
     [[nodiscard]] std::uint32_t hash(std::uint32_t seed) const noexcept {
         return Qor::hashSingleAttr(seed, bits_);
     }

@@ -2,6 +2,8 @@
 
 #include "platform/Nuvio/Ptr.h"
 
+#include <atomic>
+
 namespace Nuvio {
 
 std::array<std::uint64_t, static_cast<std::size_t>(HTCnt::Counter::count_)> HTCnt::counts_;
@@ -12,7 +14,8 @@ void HTCnt::incCount(Counter counter) noexcept {
 }
 
 std::uint64_t HTCnt::count(Counter counter) noexcept {
-    return counts_[static_cast<std::size_t>(counter)];
+    std::uint64_t &counted = counts_[static_cast<std::size_t>(counter)];
+    return ThreadControl::tsp_ ? std::atomic_ref(counted).load(std::memory_order_relaxed) : counted;
 }
 
 } // namespace Nuvio

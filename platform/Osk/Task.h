@@ -10,7 +10,9 @@
 // subscribers is not run; its request waits until there is one.
 //
 // A task may be deleted by its own subscriber during its run: the scheduler holds it until the run
-// ends. Everything happens on the thread of the scheduler.
+// ends. Everything happens on the thread of the scheduler, but that the last release of a task may
+// happen on any thread while VFPtrInterface::threadSafePointers_ is on: a scheduler guards its
+// lines then.
 #pragma once
 
 #include "platform/Nuvio/Export.h"

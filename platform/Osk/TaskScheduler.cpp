@@ -63,7 +63,13 @@ void TaskScheduler::shareIs(std::unique_ptr<Share> share) noexcept {
     share_ = std::move(share);
 }
 
+std::unique_lock<std::mutex> TaskScheduler::linesLockIfShared() const {
+    return Qor::VFPtrInterface::threadSafePointers_ ? std::unique_lock(linesGuard_)
+                                                    : std::unique_lock<std::mutex>();
+}
+
 void TaskScheduler::enqueue(Task &task) noexcept {
+    auto const lock = linesLockIfShared();
     Line &queue = line(task);
     task.queued_ = true;
     task.next_ = nullptr;
@@ -73,13 +79,15 @@ void TaskScheduler::enqueue(Task &task) noexcept {
 }
 
 void TaskScheduler::dequeue(Task &task) noexcept {
+    auto const lock = linesLockIfShared();
     Line &queue = line(task);
     (task.previous_ ? task.previous_->next_ : queue.first) = task.next_;
     (task.next_ ? task.next_->previous_ : queue.last) = task.previous_;
     task.queued_ = false;
 }
 
-Task *TaskScheduler::nextReady() noexcept {
+Qor::Ptr<Task> TaskScheduler::nextReady() noexcept {
+    auto const lock = linesLockIfShared();
     Task *chosen = nullptr;
     Line *chosenLine = nullptr;
     // From the highest priority down: the first ready task, unless a lower one has waited its fill.
@@ -99,12 +107,12 @@ Task *TaskScheduler::nextReady() noexcept {
     if (chosenLine) {
         chosenLine->bypasses = 0;
     }
-    return chosen;
+    return Qor::Ptr<Task>(chosen); // a task with a subscriber is held by the subscriber's owner
 }
 
 bool TaskScheduler::runOne() {
     NUVIO_ASSERT(running_ == nullptr && "a run does not nest");
-    Qor::Ptr<Task> const task(nextReady()); // which holds this scheduler
+    Qor::Ptr<Task> const task = nextReady(); // which holds this scheduler
     if (!task) {
         return false;
     }
@@ -126,6 +134,7 @@ std::uint64_t TaskScheduler::runUntilIdle() {
 }
 
 bool TaskScheduler::hasWork() const noexcept {
+    auto const lock = linesLockIfShared();
     for (Line const &queue : lines_) {
         for (Task const *task = queue.first; task; task = task->next_) {
             if (isReady(*task)) {

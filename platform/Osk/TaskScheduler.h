@@ -19,6 +19,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <string_view>
 
@@ -63,14 +64,16 @@ class NUVIO_EXPORT TaskScheduler final : public Qor::PtrInterface,
 
     TaskScheduler();
     ~TaskScheduler() override = default;
+    [[nodiscard]] std::unique_lock<std::mutex> linesLockIfShared() const;
     void enqueue(Task &task) noexcept;
     void dequeue(Task &task) noexcept;
-    [[nodiscard]] Task *nextReady() noexcept;
+    [[nodiscard]] Qor::Ptr<Task> nextReady() noexcept;
     [[nodiscard]] Line &line(Task const &task) noexcept {
         return lines_[static_cast<std::size_t>(task.taskPriority())];
     }
 
     std::array<Line, taskPriorities> lines_;
+    mutable std::mutex linesGuard_; ///< for tasks that are released for the last time elsewhere
     std::unique_ptr<Share> share_;
     Task const *running_ = nullptr;
 };

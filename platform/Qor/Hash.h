@@ -5,6 +5,10 @@
 // iteration order stays linear. QOR_HASH_SEED in the environment (decimal, or hexadecimal after
 // 0x) fixes the seed, so that a run can be repeated.
 //
+// The seed goes in before the first bit of a key is mixed, and again with each further field. What
+// is mixed without it can be crafted: the mixer is a permutation, so keys that agree before the
+// seed goes in are easily made, and no seed tells them apart.
+//
 // The mixer is a multiply and xor-shift permutation of 64 bits; its constants are the odd numbers
 // of the golden ratio and of Stafford's variant 13 of the MurmurHash3 finaliser. Not cryptographic.
 #pragma once
@@ -46,13 +50,14 @@ template <std::unsigned_integral Field>
         Impl::hashMix64(std::uint64_t{field} + (seed + std::uint64_t{1}) * Impl::hashStep) >> 32);
 }
 
-/// Hash of several fields, mixed in one by one; the width of a field takes part.
+/// Hash of several fields, mixed in one by one; seed and width take part with each field.
 class Hash {
   public:
     explicit constexpr Hash(std::uint32_t seed) noexcept : seed_(seed) {}
 
     template <std::unsigned_integral Field> constexpr void hashMix(Field field) noexcept {
-        word_ = Impl::hashMix64(word_ + std::uint64_t{field} + sizeof(Field) * Impl::hashStep);
+        word_ = Impl::hashMix64(word_ + std::uint64_t{field} +
+                                (seed_ + sizeof(Field)) * Impl::hashStep);
     }
     constexpr void hashMix(bool field) noexcept { hashMix(static_cast<std::uint8_t>(field)); }
 

@@ -122,12 +122,17 @@ void AllocTrackTypeInfo::untrack(std::uint64_t &count, std::size_t bytes) noexce
     bytes_ -= bytes;
 }
 
+std::uint64_t AllocTrackTypeInfo::read(std::uint64_t const &count) noexcept {
+    auto const lock = lockIfShared();
+    return count;
+}
+
 std::vector<CensusLine> census() {
     auto const lock = lockIfShared();
     std::vector<CensusLine> lines;
     for (AllocTrackTypeInfo const *type : trackedTypes()) {
         lines.push_back(
-            {type->name(), type->objects(), type->arrays(), type->bytes(), type->peakBytes()});
+            {type->name_, type->objects_, type->arrays_, type->bytes_, type->peakBytes_});
     }
     std::ranges::sort(lines, {}, &CensusLine::type);
     return lines;

@@ -39,35 +39,6 @@ class NUVIO_EXPORT Pool {
     static void failAfterForTest(std::int64_t count) noexcept;
 };
 
-/// Counts of one type. Instances have static storage and list themselves in the census.
-class NUVIO_EXPORT AllocTrackTypeInfo {
-  public:
-    explicit AllocTrackTypeInfo(std::string_view typeName);
-    AllocTrackTypeInfo(AllocTrackTypeInfo const &) = delete;
-    AllocTrackTypeInfo &operator=(AllocTrackTypeInfo const &) = delete;
-
-    void trackObject(std::size_t bytes) noexcept { track(objects_, bytes); }
-    void untrackObject(std::size_t bytes) noexcept { untrack(objects_, bytes); }
-    void trackArray(std::size_t bytes) noexcept { track(arrays_, bytes); }
-    void untrackArray(std::size_t bytes) noexcept { untrack(arrays_, bytes); }
-
-    [[nodiscard]] std::string_view name() const noexcept { return name_; }
-    [[nodiscard]] std::uint64_t objects() const noexcept { return objects_; }
-    [[nodiscard]] std::uint64_t arrays() const noexcept { return arrays_; }
-    [[nodiscard]] std::uint64_t bytes() const noexcept { return bytes_; }
-    [[nodiscard]] std::uint64_t peakBytes() const noexcept { return peakBytes_; }
-
-  private:
-    void track(std::uint64_t &count, std::size_t bytes) noexcept;
-    void untrack(std::uint64_t &count, std::size_t bytes) noexcept;
-
-    std::string_view name_;
-    std::uint64_t objects_ = 0;
-    std::uint64_t arrays_ = 0;
-    std::uint64_t bytes_ = 0;
-    std::uint64_t peakBytes_ = 0;
-};
-
 /// One line of the census.
 struct CensusLine {
     std::string_view type;
@@ -82,12 +53,44 @@ struct CensusLine {
 /// Every tracked type, by name.
 NUVIO_EXPORT std::vector<CensusLine> census();
 
+/// Counts of one type. Instances have static storage and list themselves in the census.
+class NUVIO_EXPORT AllocTrackTypeInfo {
+  public:
+    explicit AllocTrackTypeInfo(std::string_view typeName);
+    AllocTrackTypeInfo(AllocTrackTypeInfo const &) = delete;
+    AllocTrackTypeInfo &operator=(AllocTrackTypeInfo const &) = delete;
+
+    void trackObject(std::size_t bytes) noexcept { track(objects_, bytes); }
+    void untrackObject(std::size_t bytes) noexcept { untrack(objects_, bytes); }
+    void trackArray(std::size_t bytes) noexcept { track(arrays_, bytes); }
+    void untrackArray(std::size_t bytes) noexcept { untrack(arrays_, bytes); }
+
+    [[nodiscard]] std::string_view name() const noexcept { return name_; }
+    [[nodiscard]] std::uint64_t objects() const noexcept { return read(objects_); }
+    [[nodiscard]] std::uint64_t arrays() const noexcept { return read(arrays_); }
+    [[nodiscard]] std::uint64_t bytes() const noexcept { return read(bytes_); }
+    [[nodiscard]] std::uint64_t peakBytes() const noexcept { return read(peakBytes_); }
+
+  private:
+    friend std::vector<CensusLine> census();
+    void track(std::uint64_t &count, std::size_t bytes) noexcept;
+    void untrack(std::uint64_t &count, std::size_t bytes) noexcept;
+    [[nodiscard]] static std::uint64_t read(std::uint64_t const &count) noexcept;
+
+    std::string_view name_;
+    std::uint64_t objects_ = 0;
+    std::uint64_t arrays_ = 0;
+    std::uint64_t bytes_ = 0;
+    std::uint64_t peakBytes_ = 0;
+};
+
 /// Gives T its operator new and delete: pooled, and tracked under T::qorTypeName.
 template <class T> class NUVIO_EXPORT PoolAllocated {
   public:
     static void *operator new(std::size_t size) {
+        AllocTrackTypeInfo &tracked = info(); // first: making it may throw, and no block is lost
         void *const block = Pool::allocate(size);
-        info().trackObject(size);
+        tracked.trackObject(size);
         return block;
     }
     static void operator delete(void *block, std::size_t size) noexcept {

@@ -18,7 +18,9 @@
 //
 // Threads: everything belongs to the one thread of the event loop. With the process-wide switch
 // VFPtrInterface::threadSafePointers_ on, references may be taken and released on any thread, and
-// counts, flags and serials change atomically.
+// counts, flags and serials change atomically. The last release disposes of the object on its own
+// thread: entities, values, state objects and tasks may go anywhere. A machine leaves what it
+// listens to when it goes; so let go of it on the loop's thread, or while that thread stands still.
 #pragma once
 
 #include "platform/Nuvio/Export.h"

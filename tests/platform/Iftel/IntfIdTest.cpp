@@ -67,9 +67,10 @@ TEST_P(NativeTextTest, PrintsAsItWasRead) {
 }
 
 INSTANTIATE_TEST_SUITE_P(IntfId, NativeTextTest,
-                         Values("Ethernet0", "Ethernet4", "Ethernet4.0", "Ethernet4.20",
-                                "Ethernet268435455", "Ethernet1.2147483647", "PortChannel10",
-                                "PortChannel10.100", "PortChannel268435455.2147483647"));
+                         Values("Ethernet0", "Ethernet0.5", "Ethernet4", "Ethernet4.0",
+                                "Ethernet4.20", "Ethernet268435455", "Ethernet1.2147483647",
+                                "PortChannel10", "PortChannel10.100",
+                                "PortChannel268435455.2147483647"));
 
 class UnknownTextTest : public testing::TestWithParam<char const *> {};
 
@@ -191,7 +192,7 @@ TEST(IntfId, EveryPartTakesPartInTheHash) {
 
 TEST(IntfId, TheHashDependsOnTheSeed) {
     EXPECT_NE(IntfId("Ethernet4").hash(1), IntfId("Ethernet4").hash(2));
-    EXPECT_EQ(IntfId("Ethernet4").hash(), IntfId("Ethernet4").hash(0));
+    EXPECT_EQ(IntfId("Ethernet4").hash(), IntfId("Ethernet4").hash(Qor::HashHelper::hashSeed32()));
 }
 
 // The quoted text form.

@@ -54,12 +54,12 @@ TEST(VidIntf, BothFieldsAndTheSeedTakePartInTheHash) {
     EXPECT_NE(pair.hash(7), pair.hash(8));
 }
 
-/// Two interfaces whose unseeded hashes are equal, as a hostile naming could choose them.
+/// Two interfaces whose hashes are equal under one seed, as a hostile naming could choose them.
 std::pair<IntfId, IntfId> interfacesThatHashAlike() {
     std::unordered_map<std::uint32_t, IntfId> seen;
     for (std::uint32_t number = 0;; ++number) {
         IntfId const id = IntfId::intf(Iftel::IntfKind::ethernet, number);
-        auto const [other, isNew] = seen.emplace(id.hash(), id);
+        auto const [other, isNew] = seen.emplace(id.hash(0), id);
         if (!isNew) {
             return {other->second, id};
         }
