@@ -94,7 +94,7 @@ Value operateOn(PathStep &step, OpCode code, std::vector<Value> const &arguments
             fail("{}: {}, cannot be {}", step.path, describe(step), describe(code));
         }
     } catch (Qor::Exception const &misuse) {
-        fail("{}: {}", step.path, misuse.what());
+        fail("{}: {}", step.path, visible(misuse.what()));
     }
     return operation.result;
 }
@@ -141,7 +141,8 @@ Value readStep(PathStep const &step) {
     return entry;
 }
 
-AttributePath::AttributePath(Value root, std::string_view path) : root_(std::move(root)) {
+AttributePath::AttributePath(Value root, std::string_view path, std::size_t depth)
+    : root_(std::move(root)), depth_(depth) {
     std::string_view rest = path;
     if (rest.starts_with('/')) {
         rest.remove_prefix(1);
@@ -177,13 +178,16 @@ void AttributePath::addKey(std::string_view text, std::string path) {
     PathStep &step = steps_.back();
     step.path = std::move(path);
     if (text.starts_with('@')) {
-        step.key = AttributePath(root_, text.substr(1)).read();
+        if (depth_ == deepestKey) {
+            fail("keys are nested deeper than {} levels", deepestKey);
+        }
+        step.key = AttributePath(root_, text.substr(1), depth_ + 1).read();
         return;
     }
     try {
         step.key = Value::parse(*step.attribute->keyType, text);
     } catch (Qor::Exception const &misuse) {
-        fail("{}: {}", step.path, misuse.what());
+        fail("{}: {}", step.path, visible(misuse.what()));
     }
 }
 

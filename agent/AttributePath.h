@@ -12,9 +12,11 @@
 
 #include "platform/Qor/GenericIf.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Agent {
@@ -30,8 +32,12 @@ struct PathStep {
 /// A path that was followed: every step but the last has been read.
 class AttributePath {
   public:
+    /// How deep [@path] may stand inside [@path]; each level takes a piece of the stack.
+    static constexpr std::size_t deepestKey = 16;
+
     /// Follow `path` from `root`. Throws an Error that names the step that leads nowhere.
-    AttributePath(Qor::Value root, std::string_view path);
+    AttributePath(Qor::Value root, std::string_view path)
+        : AttributePath(std::move(root), path, 0) {}
 
     /// The path names the object that it starts from.
     [[nodiscard]] bool isRoot() const noexcept { return steps_.empty(); }
@@ -57,11 +63,13 @@ class AttributePath {
     [[nodiscard]] std::unique_ptr<Qor::GenericIterator> walk() const;
 
   private:
+    AttributePath(Qor::Value root, std::string_view path, std::size_t depth);
     void addStep(Qor::Value owner, std::string_view name, std::string path);
     void addKey(std::string_view text, std::string path);
     Qor::Value operateAt(std::size_t step, Qor::OpCode code, std::vector<Qor::Value> arguments);
 
     Qor::Value root_;
+    std::size_t depth_; ///< of keys around this path
     std::vector<PathStep> steps_;
 };
 

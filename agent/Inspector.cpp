@@ -234,7 +234,7 @@ Value Inspector::argument(Qor::Attribute const &attribute, std::size_t index,
     try {
         return Value::parse(*type, text);
     } catch (Qor::Exception const &misuse) {
-        fail("{}: {}: {}", attribute.name, printable(text), misuse.what());
+        fail("{}: {}: {}", attribute.name, printable(text), visible(misuse.what()));
     }
 }
 

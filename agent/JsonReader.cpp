@@ -26,7 +26,7 @@ std::string reasonOf(nlohmann::detail::exception const &error) {
         text.starts_with("parse error at ") && end != std::string_view::npos) {
         text.remove_prefix(end + 2);
     }
-    return std::string(text.substr(0, longestMessage));
+    return visible(text.substr(0, longestMessage));
 }
 
 bool isPlainKey(std::string_view key) {

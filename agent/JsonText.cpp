@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 
 namespace Agent {
 namespace {
@@ -15,8 +16,34 @@ bool needsEscape(char c) noexcept {
            static_cast<unsigned char>(c) >= 0x7F;
 }
 
+bool isControl(unsigned char byte) noexcept {
+    return byte < 0x20 || byte == 0x7F;
+}
+
+/// Escape the control characters of a text in UTF-8, as JSON does. It has two sets of them: the
+/// second one follows the byte 0xC2, and terminals obey both.
+std::string escapeControls(std::string_view utf8) {
+    std::string text;
+    for (std::size_t i = 0; i < utf8.size(); ++i) {
+        auto byte = static_cast<unsigned char>(utf8[i]);
+        auto const next = static_cast<unsigned char>(i + 1 < utf8.size() ? utf8[i + 1] : 0);
+        bool const isSecondSet = byte == 0xC2 && next >= 0x80 && next < 0xA0;
+        if (isSecondSet) {
+            byte = next;
+            ++i;
+        }
+        if (isSecondSet || isControl(byte)) {
+            fmt::format_to(std::back_inserter(text), "\\u{:04x}", byte);
+        } else {
+            text += utf8[i];
+        }
+    }
+    return text;
+}
+
+/// In UTF-8, with no control character.
 std::string dump(nlohmann::json const &value) {
-    return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return escapeControls(value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
 /// Cut at most to `size` bytes, not inside a character.
@@ -55,6 +82,10 @@ std::string printable(std::string_view name) {
     std::string text;
     appendJsonString(text, name);
     return text.substr(1, text.size() - 2);
+}
+
+std::string visible(std::string_view text) {
+    return escapeControls(nlohmann::json::parse(dump(text)).get_ref<std::string const &>());
 }
 
 } // namespace Agent

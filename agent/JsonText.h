@@ -14,5 +14,8 @@ void appendJsonString(std::string &to, std::string_view text);
 [[nodiscard]] std::string quote(nlohmann::json const &value);
 /// A name as a JSON string without its quotes: no control character reaches a terminal.
 [[nodiscard]] std::string printable(std::string_view name);
+/// A message in words of others, which may quote an input: what is not UTF-8 is replaced, and no
+/// control character reaches a terminal.
+[[nodiscard]] std::string visible(std::string_view text);
 
 } // namespace Agent

@@ -2,6 +2,7 @@
 
 #include "agent/DirectoryDocument.h"
 #include "agent/InputFile.h"
+#include "agent/JsonText.h"
 #include "agent/StandardError.h"
 #include "platform/Nuvio/DebugHandler.h"
 
@@ -38,7 +39,7 @@ void traceToStandardError(std::uint16_t levels) {
     handle->levelMaskIs(levels);
     handle->sinkIs([](Nuvio::TraceRecord const &record) {
         say("{} {}::{} {}:{} {}", record.level, record.machine, record.function, record.source,
-            record.line, record.message);
+            record.line, visible(record.message));
     });
 }
 

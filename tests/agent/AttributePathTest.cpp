@@ -100,6 +100,20 @@ TEST_F(AttributePathTest, ABracketThatIsNotClosedIsAnError) {
     EXPECT_EQ(errorAt("138/[@132/130/[100]"), "132/130/[100: the bracket of a key is not closed");
 }
 
+TEST_F(AttributePathTest, KeysInsideKeysEndWhereTheStackIsSafe) {
+    auto const nested = [](std::size_t levels) {
+        std::string text = "139";
+        for (std::size_t i = 0; i < levels; ++i) {
+            text = "138/[@" + text + ']';
+        }
+        return text;
+    };
+    EXPECT_EQ(errorAt(nested(AttributePath::deepestKey)), "138/[@139]: there is no such entry");
+    for (std::size_t const levels : {AttributePath::deepestKey + 1, std::size_t{2000}}) {
+        EXPECT_EQ(errorAt(nested(levels)), "keys are nested deeper than 16 levels");
+    }
+}
+
 TEST_F(AttributePathTest, AKeyStandsOnlyBehindACollection) {
     for (std::string_view const text : {"[100]", "136/[100]", "136/265/[100]/[100]", "ready/[1]"}) {
         EXPECT_EQ(errorAt(text), fmt::format("{}: a key stands only behind a collection", text));

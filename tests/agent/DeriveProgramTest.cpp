@@ -167,6 +167,19 @@ TEST_F(DeriveProgramTest, OnlyTheTraceLevelsAskedForArePrinted) {
     EXPECT_THAT(small({"-j", "--trace", "9"}).run().err, Not(ContainsRegex("(^|\n)[0-8] ")));
 }
 
+TEST_F(DeriveProgramTest, ATraceLineHoldsNoControlCharacterOfAName) {
+    auto const result = Program({"derive", "--input", "-", "--trace", "6-9"})
+                            .inputIs(R"({"version": 1, "lagPhyIntfConfig": [], "interfaces": [
+                                {"intfId": "e", "kind": "ethernet"},
+                                {"intfId": "e.\u001b[2J", "kind": "subinterface", "parent": "e"}],
+                                "vlanConfig": [{"vlanId": 7, "intf": [{"intfId": "e.\u001b[2J",
+                                "tagOnEgress": true, "allowedTrafficDirection": "both"}]}]})")
+                            .run();
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.err, HasSubstr(R"(e.\u001b[2J)"));
+    EXPECT_THAT(result.err, Not(HasSubstr("\x1b")));
+}
+
 TEST_F(DeriveProgramTest, AFullDiskFails) {
     for (char const *form : {"-j", "--sync"}) {
         ProgramResult const result = small({form}).outputTo("/dev/full").run();

@@ -152,6 +152,14 @@ TEST_F(InspectorTest, TextShowsNoControlCharacters) {
               "bond0.\x1b[2J");
 }
 
+TEST_F(InspectorTest, AnErrorShowsNoControlCharacters) {
+    EXPECT_EQ(errorOf("set 163 \x1b[2J"), "initialScanDone: \\u001b[2J: offset 0: expected true or "
+                                          "false, found \"\\u001b[2J\"");
+    EXPECT_EQ(errorOf("get 136/265/[\x7F]"),
+              "136/265/[\\u007f]: offset 0: expected a number from 0 "
+              "to 65535, found \"\\u007f\"");
+}
+
 TEST_F(InspectorTest, TheFirstWordCompletesToCommands) {
     EXPECT_THAT(people.completions("", "s"), ElementsAre("set", "size", "show"));
     EXPECT_THAT(people.completions("  ", "qu"), ElementsAre("quit"));

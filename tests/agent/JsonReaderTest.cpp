@@ -124,6 +124,11 @@ TEST_F(JsonReaderTest, ADocumentThatEndsEarlyIsAnError) {
     EXPECT_THAT(messageOf("["), HasSubstr("unexpected end of input"));
 }
 
+TEST_F(JsonReaderTest, WhatABrokenDocumentSaysReachesNoTerminal) {
+    EXPECT_THAT(messageOf("[\x7F"), HasSubstr(R"(last read: '[\u007f')"));
+    EXPECT_THAT(messageOf("[\"\xC2\x9B\xFF"), HasSubstr("last read: '\"\\u009b\xEF\xBF\xBD'"));
+}
+
 TEST_F(JsonReaderTest, TextBehindTheDocumentIsAnError) {
     EXPECT_THAT(messageOf("[] []"), HasSubstr("expected end of input"));
 }

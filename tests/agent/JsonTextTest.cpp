@@ -56,6 +56,17 @@ TEST(JsonText, ALongQuoteIsCutOffBetweenCharacters) {
 TEST(JsonText, APrintableNameHoldsNoControlCharacter) {
     EXPECT_EQ(printable("eth1"), "eth1");
     EXPECT_EQ(printable("\033[31m"), R"(\u001b[31m)");
+    EXPECT_EQ(printable("a\x7F\xC2\x9B\xC2\xA0"), "a\\u007f\\u009b\xC2\xA0");
+}
+
+TEST(JsonText, AQuoteHoldsNoControlCharacter) {
+    EXPECT_EQ(quote("\x7F\xC2\x80"), R"("\u007f\u0080")");
+}
+
+TEST(JsonText, AVisibleMessageKeepsItsWordsAndShowsControlCharacters) {
+    EXPECT_EQ(visible("last read: '\"\\x'"), "last read: '\"\\x'");
+    EXPECT_EQ(visible("\033[2J \x7F \xC2\x9Bm"), R"(\u001b[2J \u007f \u009bm)");
+    EXPECT_EQ(visible("\xC3\xA4 \xFF\xC3"), "\xC3\xA4 \xEF\xBF\xBD\xEF\xBF\xBD");
 }
 
 } // namespace

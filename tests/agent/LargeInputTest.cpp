@@ -1,6 +1,7 @@
 // Large sites, through the program: nothing is lost, time and memory stay in bounds.
 #include "tests/agent/Program.h"
 #include "tests/agent/Site.h"
+#include "tests/support/Build.h"
 
 #include <gtest/gtest.h>
 
@@ -13,19 +14,7 @@ namespace Agent {
 namespace {
 
 // What is measured is an optimised build without instrumentation; others get a smaller site.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool measured = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || !defined(NDEBUG)
-constexpr bool measured = false;
-#else
-constexpr bool measured = true;
-#endif
-#elif defined(NDEBUG)
-constexpr bool measured = true;
-#else
-constexpr bool measured = false;
-#endif
+constexpr bool measured = TestSupport::optimised;
 
 class LargeInputTest : public testing::Test {
   protected:
