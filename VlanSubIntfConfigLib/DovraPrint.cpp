@@ -42,6 +42,7 @@ template <class T> void print(std::ostream &out, Qor::Optional<T> const &value) 
 
 template <class T> std::string dovraPrint(T const &value) {
     std::stringstream out;
+    out.exceptions(std::ios::badbit); // where memory runs out, no text rather than half of one
     print(out, value);
     return out.str();
 }

@@ -45,10 +45,17 @@ template <class Sm, class Key> void handleHeld(Sm &machine, Key key) {
     machine.handleKey(key);
 }
 
-template <class Sm, class Key> void handleInReactor(Sm &machine, Key key) {
+/// `scanner` is the one of the pair that scans: what is marked must be unmarked even when the
+/// machine is removed meanwhile.
+template <class Sm, class Scanner, class Key>
+void handleInReactor(Sm &machine, Scanner *scanner, Key key) {
+    if (!scanner) {
+        return;
+    }
     Qor::Ptr<Root> const rootHold(machine.root());
+    Qor::Ptr<Scanner> const scannerHold(scanner);
     Qor::Ptr<Sm> const hold(&machine);
-    Quam::Gen::InReactor const inside(machine);
+    Quam::Gen::InReactor const inside(*scanner);
     machine.handleKey(key);
 }
 
@@ -183,6 +190,9 @@ template <class Stream> void InputChildSm<Stream>::doInputScan() {
     while (member) {
         handleKey(member.key());
         ++iterations;
+        if (!root()) {
+            return; // removed by who heard of the event
+        }
         if (shouldYield()) {
             if (interrupted(member, iterations)) {
                 return;
@@ -237,7 +247,7 @@ template <class Stream> void InputChildSm<Stream>::handleKeyHeld(MemberKey membe
 }
 
 template <class Stream> void InputChildSm<Stream>::handleKeyReactor(MemberKey memberKey) {
-    handleInReactor(*this, memberKey);
+    handleInReactor(*this, parent_, memberKey);
 }
 
 template <class Stream>
@@ -384,9 +394,13 @@ template <class Stream> bool InputParentSm<Stream>::scanSlice(Iterator &element)
         handleKey(element.key());
         if (auto const child = childSm(element.key())) {
             child->doInputScan();
-            if (!child->inputScanComplete()) {
+            // A child that was removed in its scan has nothing left to do.
+            if (child->root() && !child->inputScanComplete()) {
                 return !interrupted(element, iterations, true);
             }
+        }
+        if (!root()) {
+            return false; // removed by who heard of an event
         }
         ++iterations;
         if (shouldYield()) {
@@ -429,8 +443,10 @@ template <class Stream> void InputParentSm<Stream>::completed() {
     }
     // The root reacts inside: this may be the last stone of its readiness.
     Stream::scanFlagIs(*root()->inputSmScanState(), true);
-    PARENT_TRACE(9, "doInputScan", "{} scan, and parent scan, complete.",
-                 initial ? Stream::parentNameInitial : Stream::parentName);
+    if (root()) {
+        PARENT_TRACE(9, "doInputScan", "{} scan, and parent scan, complete.",
+                     initial ? Stream::parentNameInitial : Stream::parentName);
+    }
 }
 
 // Parent: elements and their children.
@@ -460,7 +476,7 @@ template <class Stream> void InputParentSm<Stream>::handleKeyHeld(Key key) {
 }
 
 template <class Stream> void InputParentSm<Stream>::handleKeyReactor(Key key) {
-    handleInReactor(*this, key);
+    handleInReactor(*this, this, key);
 }
 
 template <class Stream>

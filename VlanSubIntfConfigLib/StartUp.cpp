@@ -30,9 +30,13 @@ Nuvio::Ptr<Nuvio::Platform::DebugHandler> const &sharedDebugHandler() {
 
 [[maybe_unused]] auto const &obtainedAtLoadTime = sharedDebugHandler();
 
-/// Let a child run its second scan: on its task or, where it has none, here.
+/// Let a child run its second scan: on its task or, where it has none, here. One that was removed
+/// in the notices before has none to run.
 template <class Child> void startSecondScan(Child const &child, bool synchronous) {
-    if (!synchronous && child->task() && child->task()->taskScheduler()) {
+    if (!child) {
+        return;
+    }
+    if (!synchronous && child->task()) {
         child->task()->scheduleTask();
     } else {
         child->doInputScan();

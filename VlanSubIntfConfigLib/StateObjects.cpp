@@ -26,6 +26,7 @@ Qor::Ptr<OutputState> OutputState::OutputStateIs() {
 void OutputState::outputReadyIs(Output output, bool ready) {
     bool &stored = outputReady_[indexOf(output)];
     if (stored != ready) {
+        Qor::Ptr<OutputState> const hold(this); // who hears of the first notice may let go of it
         stored = ready;
         handleReady();
         publishChange(static_cast<short>(output));

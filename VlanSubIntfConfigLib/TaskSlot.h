@@ -27,9 +27,10 @@ class TaskSlot {
             if (task_->taskScheduler() == scheduler && task_->taskName() == name) {
                 return false;
             }
-            QorNuvio::unsubscribeFrom(subscriber_, task_);
         }
-        task_ = Qor::make<Osk::Task>(scheduler, priority, name);
+        auto made = Qor::make<Osk::Task>(scheduler, priority, name);
+        taskDel(); // not before there is another
+        task_ = std::move(made);
         QorNuvio::subscribeTo(subscriber_, task_);
         return true;
     }

@@ -112,6 +112,7 @@ namespace {
 
 template <class T> std::string streamed(T const &value) {
     std::ostringstream out;
+    out.exceptions(std::ios::badbit); // where memory runs out, no text rather than half of one
     out << value;
     return out.str();
 }

@@ -40,6 +40,7 @@ Qor::FwkType VlanStatus::fwkType() const noexcept {
 std::string
 Qor::ValueTraits<VlanSubIntfStatusLib::VidIntf>::text(VlanSubIntfStatusLib::VidIntf const &value) {
     std::ostringstream out;
+    out.exceptions(std::ios::badbit); // where memory runs out, no text rather than half of one
     out << value;
     return out.str();
 }

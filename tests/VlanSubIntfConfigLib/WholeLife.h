@@ -1,7 +1,8 @@
 // A machine's whole life, with every kind of change in it.
 //
 // The fixture fills inputs and directory; the test makes the machine, gets it ready as it likes,
-// and calls changesAndEnd(). After each thing that it did, happened() says what it was.
+// and calls changesAndEnd(), or changes() when it ends the life itself. After each thing that it
+// did, happened() says what it was.
 #pragma once
 
 #include "tests/support/MachineFixture.h"
@@ -25,13 +26,24 @@ class WholeLifeTest : public MachineTest {
         lagMember("PortChannel10", "Ethernet2");
         lagMember("PortChannel30", "Ethernet5");
     }
-    /// Every kind of change that a machine that is ready reacts to, then the end of its life.
+    /// Every kind of change that a machine that is ready reacts to.
+    void changes();
+    /// The same, then the end of its life.
     void changesAndEnd();
 
     virtual void happened(std::string_view /*what*/) {}
 };
 
 inline void WholeLifeTest::changesAndEnd() {
+    changes();
+    machine->doDeleteAll();
+    happened("doDeleteAll()");
+    EXPECT_TRUE(dir->config().empty());
+    machine = nullptr;
+    happened("the last reference is released");
+}
+
+inline void WholeLifeTest::changes() {
     vlan(300);
     happened("VLAN 300 appears, empty");
     member(300, "PortChannel20.300", {true, both});
@@ -68,11 +80,6 @@ inline void WholeLifeTest::changesAndEnd() {
     happened("VLAN 300 disappears with its members");
     lagMember("PortChannel10", "Ethernet2");
     happened("PortChannel10 appears again, and Ethernet2 joins it");
-    machine->doDeleteAll();
-    happened("doDeleteAll()");
-    EXPECT_TRUE(dir->config().empty());
-    machine = nullptr;
-    happened("the last reference is released");
 }
 
 } // namespace TestSupport
