@@ -149,9 +149,8 @@ class ConfigSm::ConfigIntfWalk {
     using Outer = VlanSubIntfConfigDir::ConfigMap::Iterator;
     using Inner = VlanSubIntfConfig::IntfMap::Iterator;
 
-    explicit ConfigIntfWalk(ConfigSm &machine) noexcept
-        : sm_(machine), resume_(machine.configIntfUseBookmark_) {
-        if (resume_) {
+    explicit ConfigIntfWalk(ConfigSm &machine) noexcept : sm_(machine) {
+        if (sm_.configIntfUseBookmark_) {
             at_ = sm_.configIntfBookmark_;
         }
     }
@@ -162,9 +161,8 @@ class ConfigSm::ConfigIntfWalk {
         return at_.k0Valid ? config.iteratorFrom(at_.k0) : config.iterator();
     }
     void enter(Outer &vlan) noexcept {
-        if (resume_ && at_.k0 != vlan.key()) { // the bookmarked VLAN was deleted meanwhile
+        if (at_.k0 != vlan.key()) { // not the bookmarked VLAN, or that one was deleted meanwhile
             at_.k1Valid = false;
-            resume_ = false;
         }
         at_.k0 = vlan.key();
         at_.k0Valid = true;
@@ -172,7 +170,7 @@ class ConfigSm::ConfigIntfWalk {
     }
     [[nodiscard]] Inner inner() const noexcept {
         auto const &intf = config_->intf();
-        return resume_ && at_.k1Valid ? intf.iteratorFrom(at_.k1) : intf.iterator();
+        return at_.k1Valid ? intf.iteratorFrom(at_.k1) : intf.iterator();
     }
     void moveTo(Inner const &intf) noexcept {
         at_.k1 = intf.key();
@@ -207,7 +205,6 @@ class ConfigSm::ConfigIntfWalk {
 
     ConfigSm &sm_;
     ConfigIntfOutputKey at_;
-    bool resume_;
     Qor::Ptr<VlanSubIntfConfig> config_;
 };
 

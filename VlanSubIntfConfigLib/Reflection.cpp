@@ -24,12 +24,12 @@ Qor::Status orderAndText(Attribute const &attribute, Qor::TypeImpl const &type, 
     case Qor::OpCode::invoke:
         Qor::Impl::Call<order>::invoke(attribute, type, object, operation, true);
         return Qor::Status::done;
-    case Qor::OpCode::fromText: {
+    case Qor::OpCode::fromText:
         Qor::Impl::needArguments(attribute, type, operation, 1);
-        auto const text = Qor::Impl::argument<Qor::String>(attribute, type, operation, 0);
-        operation.result = Qor::Value::parse(Qor::valueTypeOf<Key>, text.view());
+        operation.result = Qor::Value::parse(
+            Qor::valueTypeOf<Key>,
+            Qor::Impl::argument<Qor::String>(attribute, type, operation, 0).view());
         return Qor::Status::done;
-    }
     default:
         return Qor::Status::notAccepted;
     }

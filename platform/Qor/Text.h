@@ -92,7 +92,7 @@ template <std::constructible_from<CharRange &> T>
 /// printf-style formatter over the text forms of fields.
 template <std::same_as<String>... Texts>
 [[nodiscard]] String _fmt(char const *format, Texts const &...texts) {
-    return String(fmt::sprintf(format, texts.data()...));
+    return String(fmt::sprintf(format, texts.view()...));
 }
 
 } // namespace Qor

@@ -127,6 +127,18 @@ TEST_F(ConfigIntfReconciliation, IsDoneInOneCallInSynchronousMode) {
     EXPECT_TRUE(dir->config().empty());
 }
 
+TEST_F(ConfigIntfReconciliation, IsDoneInOneCallWhereItsTaskWasTakenAway) {
+    stale(100, "Ethernet4.20");
+    stale(200, "Ethernet4.20");
+    countShareIs(1);
+    startUntilInitialScanDone();
+    machine->vlanSubIntfConfigDirConfigIntfOutputReconciliationTaskDel();
+    run();
+    EXPECT_THAT(heardHere(), testing::Contains(done(4, 4)).Times(1));
+    EXPECT_TRUE(dir->config().empty());
+    EXPECT_TRUE(machine->ready());
+}
+
 TEST_F(ConfigIntfReconciliation, WaitsForTheVlanScanWithoutAWord) {
     stale(900, "Ethernet4.90");
     startUntilInitialScanDone();

@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+
 namespace VlanSubIntfConfigLib {
 namespace {
 
@@ -133,6 +135,17 @@ TEST_F(ConfigSmTest, WithANameTheMachineHasItsOwnHandle) {
     startSynchronous();
     EXPECT_EQ(machine->debugHandler(), Nuvio::Platform::getDebugHandler("ConfigSmTest-own", false));
     EXPECT_FALSE(traced().empty());
+}
+
+TEST_F(ConfigSmTest, AHandleThatTheMachineMakesStartsWithEveryLevelOff) {
+    if (std::getenv("NUVIO_TRACE")) {
+        GTEST_SKIP() << "NUVIO_TRACE says which levels a new handle has";
+    }
+    control.nameIs("ConfigSmTest-quiet");
+    startSynchronous();
+    EXPECT_EQ(machine->debugHandler()->levelMask(), 0);
+    // Made when the library was loaded.
+    EXPECT_EQ(Nuvio::Platform::getDebugHandler("VlanSubIntfConfigLib", true)->levelMask(), 0);
 }
 
 TEST_F(ConfigSmTest, WithoutASchedulerAnAsynchronousMachineTakesTheProcesssOwn) {

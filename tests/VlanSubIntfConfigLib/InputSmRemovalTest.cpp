@@ -76,6 +76,16 @@ TYPED_TEST(InputRemovalTest, AnEmptyElementThatWasNotYetScannedIsRemoved) {
     EXPECT_FALSE(this->child(3));
 }
 
+TYPED_TEST(InputRemovalTest, AnElementThatWasEmptiedBeforeItsScanIsRemovedSilently) {
+    this->memberIs(1, 1);
+    this->memberGone(1, 1);
+    this->startReady();
+    this->traceIs();
+    this->elementDel(1);
+    EXPECT_THAT(this->events(), testing::IsEmpty());
+    EXPECT_FALSE(this->child(1));
+}
+
 TYPED_TEST(InputRemovalTest, AnElementThatComesBackHasANewChild) {
     this->fill(1, 2);
     this->startReady();

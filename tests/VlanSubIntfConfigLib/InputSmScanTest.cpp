@@ -325,6 +325,29 @@ TYPED_TEST(InputScanTest, AChildResumesBehindABookmarkedMemberThatWasDeleted) {
             this->parentLine(8, "doInputScan", "  yielding after 1 iterations (1 remaining)")}));
 }
 
+TYPED_TEST(InputScanTest, ABookmarkThatIsSetIsWhereTheScanGoesOn) {
+    this->fill(4, 0);
+    auto const order = this->order();
+    this->startAsynchronous();
+    this->parent()->inputScanBookmarkIs(TypeParam::key(order[3]));
+    this->scheduler->runOne();
+    EXPECT_EQ(this->parent()->scanState(), ScanState::completeInitially);
+    EXPECT_FALSE(this->child(order[1])) << "passed over";
+    EXPECT_TRUE(this->child(order[3]));
+}
+
+TYPED_TEST(InputScanTest, ABookmarkThatIsSetIsWhereTheChildsScanGoesOn) {
+    this->fill(1, 4);
+    auto const members = this->order(1);
+    this->startAsynchronous();
+    this->child(1)->inputScanBookmarkIs(TypeParam::memberKey(members[3]));
+    this->traceIs(TestSupport::levels(8, 8));
+    this->scheduler->runOne();
+    EXPECT_EQ(this->pairTraced(),
+              (typename TestFixture::Lines{this->handleElementLine(1),
+                                           this->handleMemberLine(members[3])}));
+}
+
 TYPED_TEST(InputScanTest, AnElementThatIsDeletedWhileItsChildIsIncompleteIsSteppedPast) {
     this->fill(3, 2);
     auto const order = this->order();

@@ -284,5 +284,45 @@ TYPED_TEST(InputSmTest, AChildWithoutAnElementHasTheDefaultKeyAndCannotScan) {
     EXPECT_EQ(lone->scanState(), ScanState::notScanned);
 }
 
+TYPED_TEST(InputSmTest, AChildWithoutAParentHandlesNothing) {
+    this->fill(1, 1);
+    this->startReady();
+    auto const lone = Qor::make<typename TypeParam::Child>(this->elementIs(1), nullptr);
+    this->traceIs();
+    lone->handleKey(TypeParam::memberKey(1));
+    lone->handleKeyHeld(TypeParam::memberKey(1));
+    lone->handleKeyReactor(TypeParam::memberKey(1));
+    lone->doInputScan();
+    lone->doDeleteAll();
+    EXPECT_THAT(this->traced(), IsEmpty());
+}
+
+TYPED_TEST(InputSmTest, AChildWithoutAnElementHasNothingToWithdraw) {
+    this->startReady();
+    auto const lone = Qor::make<typename TypeParam::Child>(nullptr, nullptr);
+    lone->parentIs(this->parent().get());
+    this->traceIs();
+    lone->doDeleteAll();
+    EXPECT_EQ(this->pairTraced(),
+              (typename TestFixture::Lines{this->childLine(9, "doDeleteAll", "")}));
+}
+
+TYPED_TEST(InputSmTest, AParentWithoutARootNeitherScansNorListens) {
+    this->fill(1, 1);
+    this->startReady();
+    auto const lone = TypeParam::newParent(this->parent()->en(), nullptr);
+    EXPECT_TRUE(lone->initialized());
+    EXPECT_FALSE(lone->initialScanDone());
+    EXPECT_FALSE(lone->synchronous());
+    EXPECT_EQ(lone->task(), nullptr);
+    EXPECT_EQ(lone->traceHandle(), nullptr);
+    this->elementIs(2);
+    lone->doInputScan();
+    lone->doDeleteAll();
+    EXPECT_FALSE(lone->childSm(TypeParam::key(1)));
+    EXPECT_FALSE(lone->childSm(TypeParam::key(2)));
+    EXPECT_EQ(lone->scanState(), ScanState::notScanned);
+}
+
 } // namespace
 } // namespace VlanSubIntfConfigLib

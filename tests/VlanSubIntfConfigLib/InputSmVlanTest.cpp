@@ -1,5 +1,6 @@
 // What only the VLAN pair has: the configuration of a member, and its way to the output.
 #include "tests/VlanSubIntfConfigLib/InputPairs.h"
+#include "tests/support/Observer.h"
 
 namespace VlanSubIntfConfigLib {
 namespace {
@@ -51,6 +52,19 @@ TEST_F(VlanInputTest, BeforeTheInitialScanAVlanThatComesWithMembersIsNotInTheOut
     EXPECT_TRUE(output().empty());
     run();
     EXPECT_EQ(output()[3].size(), 2U);
+}
+
+TEST_F(VlanInputTest, AMemberThatIsHandledFromOutsideHoldsTheRootUntilItIsWritten) {
+    member(100, "Ethernet1.100", {true, both});
+    startReady();
+    Bridging::VlanId const vlanId(100);
+    dir->configDel(vlanId);
+    auto &child = *machine->vlanConfigSm0()->childSm(vlanId);
+    TestSupport::Observer<Bridging::VlanId> observer(*dir);
+    observer.reactionIs([this](auto const &) { machine = nullptr; });
+    child.handleKeyHeld(id("Ethernet1.100"));
+    EXPECT_EQ(machine, nullptr);
+    EXPECT_EQ(output(), (Output{{100, {{"Ethernet1.100", {true, both, {}}}}}}));
 }
 
 TEST_F(VlanInputTest, ARemovedVlanTakesItsEntryOutOfTheOutput) {

@@ -1,5 +1,6 @@
 #include "VlanSubIntfConfigLib/VlanSubIntfConfigLib.h"
 #include "tests/support/JournalFixture.h"
+#include "tests/support/Observer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -151,6 +152,18 @@ TEST_F(LagPhyIntfReconciliation, KeepsTheMembersThatWereWrittenAndDeletesTheOthe
     EXPECT_TRUE(isReady());
 }
 
+TEST_F(LagPhyIntfReconciliation, IsDoneInOneCallWhereItsTaskWasTakenAway) {
+    staleMembers(100);
+    lagMember("PortChannel10", "Ethernet2");
+    countShareIs(1);
+    startUntilInitialScanDone();
+    machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputReconciliationTaskDel();
+    run();
+    EXPECT_THAT(heardHere(), Contains(done(3, 2)).Times(1));
+    EXPECT_EQ(output(), (Output{{100, {{"PortChannel10.100", {false, none, {"Ethernet2"}}}}}}));
+    EXPECT_TRUE(machine->ready());
+}
+
 TEST_F(LagPhyIntfReconciliation, DoesNotVisitASubinterfaceThatGotNoMemberInThisRun) {
     staleMembers(100);
     lag("PortChannel10"); // no members
@@ -272,6 +285,19 @@ TEST_F(LagPhyIntfReconciliation, AppliesTheMemberBookmarkToTheNextSubinterfaceIf
     EXPECT_TRUE(isReady());
 }
 
+TEST_F(LagPhyIntfReconciliation, ForgetsItsBookmarksWhenEverySubinterfaceHasLeft) {
+    staleMembers(100);
+    lagMember("PortChannel10", "Ethernet2");
+    startUntilFirstSlice();
+    ASSERT_TRUE(bookmark().k0Valid);
+    machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenDelAll();
+    run();
+    EXPECT_TRUE(isReady());
+    EXPECT_EQ(bookmark(), LagPhyIntfOutputKey());
+    EXPECT_EQ(ptrBookmark(), nullptr);
+    EXPECT_FALSE(useBookmark());
+}
+
 TEST_F(LagPhyIntfReconciliation, StartsTheSecondSubinterfaceOfARunAtItsFirstMember) {
     staleMembers(100);
     staleMembers(200);
@@ -282,6 +308,33 @@ TEST_F(LagPhyIntfReconciliation, StartsTheSecondSubinterfaceOfARunAtItsFirstMemb
     for (std::uint16_t const vlanId : {std::uint16_t{100}, std::uint16_t{200}}) {
         EXPECT_THAT(staleOrder(vlanId), ElementsAre("Ethernet2")) << "VLAN " << vlanId;
     }
+}
+
+TEST_F(LagPhyIntfReconciliation, CalledInANoticeOfItsOwnResumedWalkWalksAllOnceMore) {
+    staleMembers(100);
+    staleMembers(200);
+    lagMember("PortChannel10", "Ethernet2");
+    startUntilFirstSlice();
+    ASSERT_TRUE(useBookmark());
+    auto const subIntfs = TestSupport::walkOrder(
+        machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeen());
+    unsigned const left = subIntfs[0]->lagPhyIntf().size() - 1; // to be deleted of the first
+    unlimitedShareIs();
+    TestSupport::Observer<Iftel::IntfId> observer(*subIntfs[1]);
+    observer.reactionIs([this, &observer](auto const &) {
+        if (observer.notices().size() == 1) {
+            handle();
+        }
+    });
+    heard();
+    run();
+    // The first of the second's stale members brings the walk inside, which is through first.
+    EXPECT_THAT(heardHere(), ElementsAre(entered, scansComplete, done(2, left), entered,
+                                         scansComplete, done(1, 0), done(3, 1), done(4, left + 1)));
+    for (auto const &subIntf : subIntfs) {
+        EXPECT_THAT(names(TestSupport::walkOrder(subIntf->lagPhyIntf())), ElementsAre("Ethernet2"));
+    }
+    EXPECT_TRUE(machine->ready());
 }
 
 TEST_F(LagPhyIntfReconciliation, ResumesBehindABookmarkedMemberThatIsGone) {

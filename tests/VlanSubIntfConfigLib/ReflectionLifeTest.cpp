@@ -60,6 +60,21 @@ TEST_F(ReflectionLife, WrittenSynchronousTheSecondScansRunInline) {
     EXPECT_EQ(root.call(161).text(), "true");
 }
 
+TEST_F(ReflectionLife, WrittenSynchronousTheSecondScansBeginInlineBesideTheirTasks) {
+    Reflected root = begin();
+    root.write(165, {"false"});
+    root.at(158).call(132);
+    root.write(165, {"true"});
+    root.write(156, {"true"});
+    ASSERT_TRUE(machine->vlanConfigSm0()->task());
+    ASSERT_TRUE(machine->lagPhyIntfConfigSm2()->task());
+    root.call(164);
+    EXPECT_NE(machine->vlanConfigSm0()->scanState(), Quam::Gen::ScanState::completeInitially);
+    EXPECT_NE(machine->lagPhyIntfConfigSm2()->scanState(), Quam::Gen::ScanState::completeInitially);
+    root.at(158).call(132);
+    EXPECT_EQ(root.call(162).text(), "true");
+}
+
 TEST_F(ReflectionLife, ASwappedSchedulerIsWhereReplacedTasksRun) {
     stale(300, "Ethernet9.300");
     Reflected root = begin();

@@ -53,6 +53,23 @@ TEST_F(ReflectionState, AFlagOfTheOutputStateRecomputesReady) {
     EXPECT_EQ(state.text(135), "true");
 }
 
+TEST_F(ReflectionState, ABookmarkThatIsNotToBeUsedDoesNotMoveTheWalk) {
+    for (std::uint16_t vlanId = 1; vlanId <= 4; ++vlanId) {
+        member(vlanId, "Ethernet4.1");
+        stale(vlanId, "Ethernet4.1");
+    }
+    Reflected root = begin();
+    while (root.text(152) == "false") {
+        ASSERT_TRUE(scheduler->runOne());
+    }
+    std::string const afterOneItem = root.text(148);
+    scheduler->runOne();
+    EXPECT_NE(root.text(148), afterOneItem);
+    root.write(152, {"false"});
+    scheduler->runOne();
+    EXPECT_EQ(root.text(148), afterOneItem);
+}
+
 TEST_F(ReflectionState, SeenKeysAreMarkedAndUnmarked) {
     Reflected root = readyRoot();
     std::string const one = configIntfKey("100", "Ethernet4.20");

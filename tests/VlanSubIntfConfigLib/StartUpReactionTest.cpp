@@ -177,5 +177,19 @@ TEST_F(RootReactionTest, AnotherChildMachineReplacesTheOldOneWhichFallsSilent) {
     EXPECT_FALSE(before->childSm(Bridging::VlanId(7)));
 }
 
+TEST_F(RootReactionTest, AnotherLagMachineReplacesTheOldOneWhichFallsSilent) {
+    startReady();
+    Qor::Ptr<ConfigSm::LagPhyIntfConfigSm2> const before = machine->lagPhyIntfConfigSm2();
+    auto const made = machine->lagPhyIntfConfigSm2Is(lagMapping, machine.get());
+    run();
+    EXPECT_EQ(machine->lagPhyIntfConfigSm2(), made);
+    EXPECT_TRUE(made->hasNotificationActive());
+    traceIs(TestSupport::levels(8, 8));
+    lag("PortChannel7");
+    EXPECT_THAT(traced(),
+                ElementsAre("8 LagPhyIntfConfigSm2::handleLagPhyIntfConfig k: PortChannel7"));
+    EXPECT_FALSE(before->childSm(id("PortChannel7")));
+}
+
 } // namespace
 } // namespace VlanSubIntfConfigLib

@@ -210,6 +210,13 @@ TEST_F(StartUpTest, TheInitialScanWaitsForTheVlanStream) {
     EXPECT_FALSE(machine->initialScanDone());
 }
 
+TEST_F(StartUpTest, TheInitialScanWaitsForTheVlanStreamUntraced) {
+    startInterrupted();
+    machine->inputSmScanState()->lagUpdateStreamScanIs(true);
+    machine->handleInitialScanDone();
+    EXPECT_FALSE(machine->initialScanDone());
+}
+
 TEST_F(StartUpTest, TheInitialScanWaitsForBothChildren) {
     for (bool const withoutLag : {true, false}) {
         startInterrupted();

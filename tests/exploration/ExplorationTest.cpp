@@ -153,18 +153,18 @@ INSTANTIATE_TEST_SUITE_P(OfEveryKind, ExploredChange, testing::ValuesIn(changes)
 // The machine released inside a notice: of the directory, of a state object. (Those of an
 // input come with a change of it: that is for the random histories.)
 
-class ExploredRelease : public testing::TestWithParam<std::uint8_t> {};
+class ExploredRelease : public testing::TestWithParam<unsigned> {};
 
 TEST_P(ExploredRelease, InsideEachNotice) {
     std::vector<Step> traps;
     for (std::uint8_t notice = 0; notice < 8; ++notice) {
-        traps.push_back({Kind::releaseInside, GetParam(), notice, 0});
+        traps.push_back({Kind::releaseInside, static_cast<std::uint8_t>(GetParam()), notice, 0});
     }
     expectExplored(worldWith(true, traps, 1), 1e11);
 }
 
-INSTANTIATE_TEST_SUITE_P(OfTheDirectory, ExploredRelease, testing::Values(std::uint8_t{0}));
-INSTANTIATE_TEST_SUITE_P(OfTheOutputState, ExploredRelease, testing::Values(std::uint8_t{1}));
+INSTANTIATE_TEST_SUITE_P(OfTheDirectory, ExploredRelease, testing::Values(0U));
+INSTANTIATE_TEST_SUITE_P(OfTheOutputState, ExploredRelease, testing::Values(1U));
 
 // Two and three changes.
 

@@ -1,5 +1,7 @@
 #include "platform/Bridging/VlanPortConfig.h"
 
+#include "platform/Qor/Exceptions.h"
+
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -25,6 +27,17 @@ TEST(AllowedTrafficDirection, PrintsAsAWord) {
 TEST(AllowedTrafficDirection, PrintsAValueWithoutWordByItsNumber) {
     EXPECT_EQ(printed(AllowedTrafficDirection{4}), "direction 4");
     EXPECT_EQ(printed(AllowedTrafficDirection{255}), "direction 255");
+}
+
+TEST(AllowedTrafficDirection, IsReadFromItsWord) {
+    using Traits = Qor::ValueTraits<AllowedTrafficDirection>;
+    for (auto const direction : {AllowedTrafficDirection::none, AllowedTrafficDirection::ingress,
+                                 AllowedTrafficDirection::egress, AllowedTrafficDirection::both}) {
+        EXPECT_EQ(Traits::parse(Traits::text(direction)), direction);
+    }
+    for (char const *const text : {"", "sideways", "Both", "both "}) {
+        EXPECT_THROW(Traits::parse(text), Qor::RangeException) << '"' << text << '"';
+    }
 }
 
 TEST(VlanPortConfig, IsThreeBytesWithTheDirectionInTheThird) {

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
+#include <limits>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -99,6 +102,12 @@ TEST(String, PrintsItsText) {
     std::ostringstream out;
     out << String("Ethernet4") << '|' << String();
     EXPECT_EQ(out.str(), "Ethernet4|");
+}
+
+TEST(StringDeathTest, ATextOfFourGibibytesIsAnAssertion) {
+    // Nothing is read of it before it is refused.
+    std::string_view const text("x", std::numeric_limits<std::uint32_t>::max());
+    EXPECT_DEATH(String{text}, "size=4294967295");
 }
 
 TEST(String, IsCopiedByManyThreadsWhileTheSwitchIsOn) {

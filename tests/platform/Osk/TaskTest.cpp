@@ -1,5 +1,6 @@
 #include "platform/Osk/Task.h"
 
+#include "platform/Qor/Exceptions.h"
 #include "tests/platform/Osk/Worker.h"
 #include "tests/support/Census.h"
 
@@ -45,6 +46,17 @@ TEST_F(TaskDeathTest, ATaskWithoutSchedulerIsAnAssertion) {
 
 TEST_F(TaskDeathTest, APriorityThatThereIsNotIsAnAssertion) {
     EXPECT_DEATH((void)Qor::make<Task>(scheduler, TaskPriority{4}, "scan"), "taskPriorities");
+}
+
+TEST(TaskPriority, IsReadFromItsWord) {
+    using Traits = Qor::ValueTraits<TaskPriority>;
+    for (auto const priority :
+         {TaskPriority::background, TaskPriority::low, TaskPriority::normal, TaskPriority::high}) {
+        EXPECT_EQ(Traits::parse(Traits::text(priority)), priority);
+    }
+    for (char const *const text : {"", "urgent", "High", "low "}) {
+        EXPECT_THROW(Traits::parse(text), Qor::RangeException) << '"' << text << '"';
+    }
 }
 
 // Requests.

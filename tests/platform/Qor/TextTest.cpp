@@ -239,5 +239,10 @@ TEST(Format, PutsTextsIntoTheirPlaces) {
     EXPECT_EQ(_fmt("100%%"), "100%");
 }
 
+TEST(Format, KeepsATextWholeThatHoldsAZero) {
+    std::string_view const name("a\0b", 3);
+    EXPECT_EQ(_fmt("%s, %s", String(name), String("c")).view(), std::string_view("a\0b, c", 6));
+}
+
 } // namespace
 } // namespace Qor
