@@ -114,6 +114,13 @@ TEST_F(ConfigSmTest, TheControlIsCopied) {
     EXPECT_EQ(machine->dovraControl().jlHandle(), &handle);
 }
 
+TEST_F(ConfigSmTest, ARemovedSchedulerIsHandedBackAndGone) {
+    startAsynchronous();
+    EXPECT_EQ(machine->schedulerDel(), scheduler);
+    EXPECT_EQ(machine->scheduler(), nullptr);
+    EXPECT_EQ(machine->schedulerDel(), nullptr);
+}
+
 TEST_F(ConfigSmTest, TheTraceHandleOfTheControlCanBeSetLater) {
     startSynchronous();
     EXPECT_EQ(machine->dovraControl().jlHandle(), nullptr);

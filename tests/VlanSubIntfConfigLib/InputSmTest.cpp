@@ -147,6 +147,7 @@ TYPED_TEST(InputSmTest, ADeletedChildIsHandedBackWithoutEvents) {
     auto const before = this->child(1);
     this->traceIs();
     EXPECT_EQ(this->parent()->childSmDel(TypeParam::key(1)), before);
+    EXPECT_EQ(before->parent(), nullptr) << "it does nothing for whoever holds it on";
     EXPECT_FALSE(this->parent()->childSmDel(TypeParam::key(1)));
     EXPECT_THAT(this->traced(), IsEmpty());
     EXPECT_EQ(this->parent()->childSm().size(), 1U);
