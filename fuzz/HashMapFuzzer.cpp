@@ -118,16 +118,16 @@ template <class Variant> class Game {
         switch (code % 32) {
         case 0:
         case 1:
-            return insert(keyOf(bytes_.next()), bytes_.next());
+            return withKey([this](Key key) { insert(key, bytes_.next()); });
         case 2:
         case 3:
             return erase(keyOf(bytes_.next()));
         case 4:
-            return replace(keyOf(bytes_.next()), bytes_.next());
+            return withKey([this](Key key) { replace(key, bytes_.next()); });
         case 5:
-            return run(bytes_.nextWord(), bytes_.next(), [this](Key key) { insert(key, 1); });
+            return run([this](Key key) { insert(key, 1); });
         case 6:
-            return run(bytes_.nextWord(), bytes_.next(), [this](Key key) { erase(key); });
+            return run([this](Key key) { erase(key); });
         case 7:
             return clear();
         case 8:
@@ -174,6 +174,10 @@ template <class Variant> class Game {
         return it == model_.end() ? std::nullopt : std::optional(it->first);
     }
 
+    /// The key comes before whatever else `action` takes from the bytes: arguments of one call are
+    /// taken in an order that differs between compilers.
+    template <class Action> void withKey(Action action) { action(keyOf(bytes_.next())); }
+
     // Changes.
 
     void insert(Key key, int value) {
@@ -204,7 +208,10 @@ template <class Variant> class Game {
             ++stamp_;
         }
     }
-    template <class Action> void run(std::uint32_t first, std::uint32_t count, Action action) {
+    /// Keys in a row: the first one, then how many.
+    template <class Action> void run(Action action) {
+        std::uint32_t const first = bytes_.nextWord();
+        std::uint32_t const count = bytes_.next();
         for (std::uint32_t i = 0; i < count; ++i) {
             action(keyOf(first + i));
         }
