@@ -34,22 +34,18 @@ class Play {
         : setting_(setting), choices_(choices), states_(states), figures_(figures),
           world_(setting.world) {
         world_.shareIs(std::make_unique<ChosenShare>(choices));
+        // A step is new at its end when one of its choices is another than before.
+        world_.checksAre([this] { return !states_ || choices_.isNew(); });
     }
 
     void play() {
-        world_.checksAre(choices_.isNew());
         world_.machineIs();
         note("start");
-        while (true) {
-            bool const isNew = choices_.isNew();
-            world_.checksAre(isNew);
-            if (isNew && states_ && states_->isKnown(digest(), choices_)) {
+        do {
+            if (choices_.isNew() && states_ && states_->isKnown(digest(), choices_)) {
                 return;
             }
-            if (!step()) {
-                break;
-            }
-        }
+        } while (step());
         if (world_.hasMachine()) {
             world_.finish();
             ++figures_.rests;

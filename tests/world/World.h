@@ -49,8 +49,9 @@ class World final : public DirectoryWatch::Listener {
     void settle();
     /// Have a machine, let it settle, and check that it has come to rest.
     void finish();
-    /// Whether the world is compared with the model after each step; else only told of it.
-    void checksAre(bool checks) { checks_ = checks; }
+    /// The world is compared with the model after each step at whose end `when()` answers true, and
+    /// the model is told of the others; after each step by default.
+    void checksAre(std::function<bool()> when) { checksNow_ = std::move(when); }
     /// After each restart let the new machine settle before anything else changes.
     void settleAfterRestartIs(bool settle) { settleAfterRestart_ = settle; }
 
@@ -148,7 +149,7 @@ class World final : public DirectoryWatch::Listener {
 
     std::string stepName_;
     std::string violations_;
-    bool checks_ = true;
+    std::function<bool()> checksNow_ = [] { return true; };
     bool starting_ = false;
     bool withdrawing_ = false; ///< at this moment
     Withdrawn withdrawn_ = Withdrawn::no;

@@ -39,7 +39,7 @@ Phase World::phase() const {
 
 void World::check() {
     expect(violations_.empty(), violations_);
-    if (machine_ && !checks_) {
+    if (machine_ && !checksNow_()) {
         tellModel();
         return;
     }
