@@ -26,14 +26,6 @@ class EverythingVanishesTest : public TestSupport::LifeTest {
         letGo();
         baseline_ = TestSupport::liveCounts();
     }
-    void letGo() {
-        machine = nullptr;
-        dir = nullptr;
-        bridging = nullptr;
-        lagMapping = nullptr;
-        scheduler = nullptr;
-        control = {};
-    }
     void happened(std::string_view what) override {
         if (taken()) {
             EXPECT_EQ(TestSupport::liveCounts(), baseline_) << where << ", then " << what;

@@ -201,13 +201,4 @@ void AllocationTest::makeWorld() {
     control.schedulerIs(scheduler);
 }
 
-void AllocationTest::letGo() {
-    machine = nullptr;
-    bridging = nullptr;
-    lagMapping = nullptr;
-    dir = nullptr;
-    scheduler = nullptr;
-    control = {};
-}
-
 } // namespace Allocation

@@ -89,7 +89,6 @@ class AllocationTest : public TestSupport::MachineTest {
     Complaint actWithFailure(Memory memory, std::int64_t count, std::function<void()> const &act,
                              Check const &undone, Check const &done);
     void makeWorld();
-    void letGo();
 
     Shared *shared_;
     Ends inAll_; ///< without each

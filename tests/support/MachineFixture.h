@@ -104,6 +104,16 @@ class MachineTest : public CensusTest {
     }
     ~MachineTest() override { Osk::TaskSchedulerRoot::schedulerDelForTest(); }
 
+    /// Let go of the machine and of everything around it.
+    void letGo() {
+        machine = nullptr;
+        bridging = nullptr;
+        lagMapping = nullptr;
+        dir = nullptr;
+        scheduler = nullptr;
+        control = {};
+    }
+
     // Inputs. A VLAN or LAG is made empty if it is missing.
 
     Qor::Ptr<Bridging::VlanConfig> vlan(std::uint16_t vlanId) {
