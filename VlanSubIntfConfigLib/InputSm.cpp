@@ -173,7 +173,7 @@ template <class Stream> void InputChildSm<Stream>::doInputScan() {
     if (!initialized() || !root()) {
         return;
     }
-    CHILD_TRACE(9, "doInputScan", "{}", dovraPrint(key()));
+    CHILD_TRACE(9, "doInputScan", "{}", printed(key()));
     if (inputScanComplete()) {
         return;
     }
@@ -188,7 +188,8 @@ template <class Stream> void InputChildSm<Stream>::doInputScan() {
                           : members.iterator();
     std::uint32_t iterations = 0;
     while (member) {
-        handleKey(member.key());
+        CHILD_TRACE(8, Stream::handleMember, "k: {}", printed(member.key()));
+        tell(member.key(), member.node());
         ++iterations;
         if (!root()) {
             return; // removed by who heard of the event
@@ -208,7 +209,7 @@ template <class Stream> void InputChildSm<Stream>::doInputScan() {
 template <class Stream>
 bool InputChildSm<Stream>::interrupted(Iterator &member, std::uint32_t iterations) {
     CHILD_TRACE(8, "doInputScan", "{} {} yielding after {} iterations ({} remaining)",
-                dovraPrint(key()), "", iterations, Stream::members(*en_).size());
+                printed(key()), "", iterations, Stream::members(*en_).size());
     member.advance();
     if (!member) {
         return false;
@@ -233,13 +234,15 @@ template <class Stream> void InputChildSm<Stream>::handleKey(MemberKey memberKey
     if (!initialized() || !root()) {
         return;
     }
-    CHILD_TRACE(8, Stream::handleMember, "k: {}", dovraPrint(memberKey));
-    auto const &members = Stream::members(*en_);
-    intfVersionSeen_ = members.stamp();
-    auto const *const node = members.lookupNodeG(memberKey);
-    typename Stream::Value const value =
-        node ? typename Stream::Value(node->value()) : typename Stream::Value();
-    Stream::event(*root(), key(), memberKey, value);
+    CHILD_TRACE(8, Stream::handleMember, "k: {}", printed(memberKey));
+    tell(memberKey, Stream::members(*en_).lookupNodeG(memberKey));
+}
+
+/// `member` is what the element has under the key; null: nothing.
+template <class Stream> void InputChildSm<Stream>::tell(MemberKey memberKey, Member const *member) {
+    intfVersionSeen_ = Stream::members(*en_).stamp();
+    Stream::event(*root(), key(), memberKey,
+                  member ? typename Stream::Value(member->value()) : typename Stream::Value());
 }
 
 template <class Stream> void InputChildSm<Stream>::handleKeyHeld(MemberKey memberKey) {
@@ -455,7 +458,7 @@ template <class Stream> void InputParentSm<Stream>::handleKey(Key key) {
     if (!initialized() || !root()) {
         return;
     }
-    PARENT_TRACE(8, Stream::handleElement, "k: {}", dovraPrint(key));
+    PARENT_TRACE(8, Stream::handleElement, "k: {}", printed(key));
     auto const *const node = Stream::elements(*en_).lookupNodeG(key);
     auto const child = childSm(key);
     if (!node) {

@@ -208,8 +208,9 @@ class InputChildSm final : public Quam::Gen::InputStateMachine,
     void handleKeyReactor(MemberKey memberKey);
     /// Tell the root that every member is gone.
     void doDeleteAll();
-    static void enDispatch(Nuvio::Publisher *, Nuvio::Subscriber *subscriber, short attributeId,
-                           void const *memberKey, void const *) noexcept;
+    [[gnu::flatten]] static void enDispatch(Nuvio::Publisher *, Nuvio::Subscriber *subscriber,
+                                            short attributeId, void const *memberKey,
+                                            void const *) noexcept;
 
     void hasNotificationActiveIs(bool active) noexcept override;
     [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
@@ -225,8 +226,10 @@ class InputChildSm final : public Quam::Gen::InputStateMachine,
     [[nodiscard]] bool shouldYield() const noexcept override;
 
   private:
-    using Iterator = typename std::remove_cvref_t<decltype(Stream::members(
-        std::declval<En const &>()))>::Iterator;
+    using Members = std::remove_cvref_t<decltype(Stream::members(std::declval<En const &>()))>;
+    using Member = typename Members::Node;
+    using Iterator = typename Members::Iterator;
+    void tell(MemberKey memberKey, Member const *member);
     [[nodiscard]] bool interrupted(Iterator &member, std::uint32_t iterations);
     void completed(std::uint32_t iterations);
 

@@ -13,14 +13,6 @@ Entry::~LocalAttrIftelIntfIdVlanSubIntfStatusLibVlanStatusPtr() {
     valueDel();
 }
 
-Qor::Ptr<VlanStatus> Entry::valueIs() noexcept {
-    if (!value_) {
-        value_ = Qor::make<VlanStatus>();
-        publishChange(valueAttribute);
-    }
-    return value_;
-}
-
 Qor::Ptr<VlanStatus> Entry::valueDel() noexcept {
     auto old = std::exchange(value_, nullptr);
     if (old) {
@@ -31,16 +23,6 @@ Qor::Ptr<VlanStatus> Entry::valueDel() noexcept {
 
 LocalAttrStore::~LocalAttrStore() {
     lagVlanStatusDelAll();
-}
-
-Qor::Ptr<Entry> LocalAttrStore::lagVlanStatus(Iftel::IntfId lagId) const noexcept {
-    auto const *const node = lagVlanStatus_.lookupNodeG(lagId);
-    return node ? node->value() : nullptr;
-}
-
-Qor::Ptr<Entry> LocalAttrStore::lagVlanStatusIs(Iftel::IntfId lagId) noexcept {
-    return memberIs(lagVlanStatus_, lagVlanStatusAttribute, lagId,
-                    [lagId] { return Qor::make<Entry>(lagId); });
 }
 
 Qor::Ptr<Entry> LocalAttrStore::lagVlanStatusDel(Iftel::IntfId lagId) noexcept {

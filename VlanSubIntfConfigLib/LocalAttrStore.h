@@ -42,7 +42,13 @@ class LocalAttrIftelIntfIdVlanSubIntfStatusLibVlanStatusPtr final
         return value_;
     }
     /// The value, made empty if it is missing.
-    Qor::Ptr<VlanSubIntfStatusLib::VlanStatus> valueIs() noexcept;
+    Qor::Ptr<VlanSubIntfStatusLib::VlanStatus> valueIs() noexcept {
+        if (!value_) [[unlikely]] {
+            value_ = Qor::make<VlanSubIntfStatusLib::VlanStatus>();
+            publishChange(valueAttribute);
+        }
+        return value_;
+    }
     /// Take the value out; null if there is none.
     Qor::Ptr<VlanSubIntfStatusLib::VlanStatus> valueDel() noexcept;
 
@@ -78,9 +84,15 @@ class LocalAttrStore final : public QorNuvio::StateObject,
 
     [[nodiscard]] Map const &lagVlanStatus() const noexcept { return lagVlanStatus_; }
     /// The entry of a port-channel; null if there is none.
-    [[nodiscard]] Qor::Ptr<Entry> lagVlanStatus(Iftel::IntfId lagId) const noexcept;
+    [[nodiscard]] Qor::Ptr<Entry> lagVlanStatus(Iftel::IntfId lagId) const noexcept {
+        auto const *const node = lagVlanStatus_.lookupNodeG(lagId);
+        return node ? node->value() : nullptr;
+    }
     /// The entry of a port-channel, made without a value if it is missing.
-    Qor::Ptr<Entry> lagVlanStatusIs(Iftel::IntfId lagId) noexcept;
+    Qor::Ptr<Entry> lagVlanStatusIs(Iftel::IntfId lagId) noexcept {
+        return memberIs(lagVlanStatus_, lagVlanStatusAttribute, lagId,
+                        [lagId] { return Qor::make<Entry>(lagId); });
+    }
     /// Remove an entry and return it; null if there is none.
     Qor::Ptr<Entry> lagVlanStatusDel(Iftel::IntfId lagId) noexcept;
     /// Remove every entry, each with its notice.

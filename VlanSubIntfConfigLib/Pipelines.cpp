@@ -12,7 +12,9 @@
 //
 // The merge finds its entry by invariant: the index holds a pair exactly while the entry exists,
 // because the VLAN stream deletes the entry before the pair, and the deletion walk deletes only
-// entries that were not written in this run, which have no pair.
+// entries that were not written in this run, which have no pair. Both streams have the entry at
+// hand, the LAG stream beside the pair, and hand it on; it is looked up only when it is no longer
+// the directory's.
 #include "VlanSubIntfConfigLib/Trace.h"
 #include "VlanSubIntfConfigLib/VlanSubIntfConfigLib.h"
 
@@ -24,20 +26,81 @@
 #define VLAN_STREAM_TRACE(level, statement, ...)                                                   \
     ROOT_TRACE(level, "eventToVlanConfigStream", statement, __VA_ARGS__)
 
+#define MERGE_TRACE()                                                                              \
+    ROOT_TRACE(7, "eventToQuam_pipeline0", merge,                                                  \
+               "Line 65: merge( vlanConfigStream, lagUpdateStream ): vlanId={} subIntfId={} "      \
+               "lagMemberId={} add={}",                                                            \
+               printed(vlanId), printed(subIntfId), printed(lagMemberId), printed(add))
+#define INTO_LAG_PHY_INTF_TRACE(verb)                                                              \
+    ROOT_TRACE(7, "eventToQuam_pipeline0", intoLagPhyIntf,                                         \
+               "into( vlanSubIntf.lagPhyIntf[ lagMemberId ] ): " verb " k1={}",                    \
+               printed(lagMemberId))
+
 namespace VlanSubIntfConfigLib {
 
-using DovraCode::dovraPrint;
+using DovraCode::printed;
+
+namespace {
+
+// How many pairs ahead of the LAG stream an entry is fetched, and how many its set of members.
+constexpr std::uint32_t farAhead = 24;
+constexpr std::uint32_t nearAhead = 12;
+
+} // namespace
+
+// The merge. Inline, for it is the body of both streams' loops. `seen` is where the member is
+// recorded while the output is to be reconciled; null afterwards.
+
+[[gnu::always_inline]] inline void ConfigSm::mergeInto(VlanSubIntf &vlanSubIntf,
+                                                       LagPhyIntfOutputColl *seen,
+                                                       Iftel::IntfId lagMemberId, bool add) {
+    if (seen) {
+        seen->seenIs({lagMemberId, true});
+    }
+    if (add) {
+        INTO_LAG_PHY_INTF_TRACE("inserting");
+        vlanSubIntf.lagPhyIntfIs(lagMemberId);
+    } else {
+        INTO_LAG_PHY_INTF_TRACE("deleting");
+        vlanSubIntf.lagPhyIntfDel(lagMemberId);
+    }
+}
+
+[[gnu::always_inline]] inline void ConfigSm::merge(Bridging::VlanId vlanId, Iftel::IntfId subIntfId,
+                                                   VlanSubIntf &vlanSubIntf,
+                                                   LagPhyIntfOutputColl *seen,
+                                                   Iftel::IntfId lagMemberId, bool add) {
+    if (!vlanSubIntf.inDirectory()) [[unlikely]] { // somebody else's hand: it is looked up
+        eventToQuam_pipeline0(vlanId, subIntfId, lagMemberId, add);
+        return;
+    }
+    MERGE_TRACE();
+    mergeInto(vlanSubIntf, seen, lagMemberId, add);
+}
+
+void ConfigSm::eventToQuam_pipeline0(Bridging::VlanId vlanId, Iftel::IntfId subIntfId,
+                                     Iftel::IntfId lagMemberId, bool add) {
+    if (!initialScanDone_) {
+        return;
+    }
+    MERGE_TRACE();
+    auto const &config = Qor::required(vlanSubIntfConfigDir_->config().lookupNodeG(vlanId)).value();
+    Qor::Ptr<VlanSubIntf> const vlanSubIntf =
+        Qor::required(config->intf().lookupNodeG(subIntfId)).value();
+    mergeInto(*vlanSubIntf, lagPhyIntfSeen(vlanSubIntf).get(), lagMemberId, add);
+}
 
 void ConfigSm::eventToVlanConfigStream(
     Bridging::VlanId vlanId, Iftel::IntfId intfId,
     Qor::Optional<Bridging::VlanPortConfig> const &vlanPortConfig) {
     if (!initialScanDone_) {
+        memberCounted(intfId);
         return;
     }
     VLAN_STREAM_TRACE(7, fromVlanConfig,
                       "vlanConfigStream = from( bridgingConfig.vlanConfig[].intf[] ): vlanId={} "
                       "intfId={} vlanPortConfig={}",
-                      dovraPrint(vlanId), dovraPrint(intfId), dovraPrint(vlanPortConfig));
+                      printed(vlanId), printed(intfId), printed(vlanPortConfig));
     if (!Iftel::SubIntfId::isSubIntfId(intfId)) {
         VLAN_STREAM_TRACE(
             6, filterSubIntf,
@@ -60,14 +123,14 @@ void ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
     VLAN_STREAM_TRACE(7, intoConfigIntf,
                       "into( vlanSubIntfConfigDir.config[ vlanId ].intf[ intfId ] ): inserting "
                       "k1={}, k2={}, value={}",
-                      dovraPrint(vlanId), dovraPrint(intfId), dovraPrint(intfId));
+                      printed(vlanId), printed(intfId), printed(intfId));
     auto const vlanSubIntf = config->intfIs(intfId);
     VLAN_STREAM_TRACE(7, intoTagOnEgress, "into( vlanSubIntf.tagOnEgress ): inserting value={}",
-                      dovraPrint(vlanPortConfig.tagOnEgress));
+                      printed(vlanPortConfig.tagOnEgress));
     vlanSubIntf->tagOnEgressIs(vlanPortConfig.tagOnEgress);
     VLAN_STREAM_TRACE(7, intoDirection,
                       "into( vlanSubIntf.allowedTrafficDirection ): inserting value={}",
-                      dovraPrint(vlanPortConfig.allowedTrafficDirection));
+                      printed(vlanPortConfig.allowedTrafficDirection));
     vlanSubIntf->allowedTrafficDirectionIs(vlanPortConfig.allowedTrafficDirection);
     if (!passesPortChannelFilter(intfId)) {
         return;
@@ -78,8 +141,8 @@ void ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
     VLAN_STREAM_TRACE(7, intoIntfToVlanMap,
                       "into( lagVlanStatus[ parentIntfId ].intfToVlanMap[ vidIntf ] ): inserting "
                       "k1={}, k2={}",
-                      dovraPrint(parentIntfId), fmt::streamed(vidIntf));
-    status->intfToVlanMapIs(vidIntf);
+                      printed(parentIntfId), fmt::streamed(vidIntf));
+    status->intfToVlanMapIs(vidIntf, vlanSubIntf);
     auto const lag = lagPhyIntfMapping_->lagPhyIntfConfig(parentIntfId);
     if (!lag) {
         // The pair stays in the index: the LAG stream finds it when members come up.
@@ -93,9 +156,13 @@ void ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
                       "foreach( ( *lagPhyIntfMapping.lagPhyIntfConfig[ parentIntfId ] ).phyIntf ) "
                       "flattening {} elements",
                       phyIntf.size());
+    if (phyIntf.empty()) {
+        return;
+    }
+    auto const seen = lagPhyIntfSeen(vlanSubIntf);
     for (auto member = phyIntf.iterator(); member; member.advance()) {
-        VLAN_STREAM_TRACE(9, foreachPhyIntf, "Flattening element: {}", dovraPrint(member.key()));
-        eventToQuam_pipeline0(vlanId, intfId, member.key(), true);
+        VLAN_STREAM_TRACE(9, foreachPhyIntf, "Flattening element: {}", printed(member.key()));
+        merge(vlanId, intfId, *vlanSubIntf, seen.get(), member.key(), true);
     }
 }
 
@@ -104,7 +171,7 @@ void ConfigSm::memberGone(Bridging::VlanId vlanId, Iftel::IntfId intfId) {
         VLAN_STREAM_TRACE(7, intoConfigIntf,
                           "into( vlanSubIntfConfigDir.config[ vlanId ].intf[ intfId ] ): deleting "
                           "k1={}, k2={}",
-                          dovraPrint(vlanId), dovraPrint(intfId));
+                          printed(vlanId), printed(intfId));
         (*config)->intfDel(intfId);
         if ((*config)->intf().empty()) {
             vlanSubIntfConfigDir_->configDel(vlanId);
@@ -119,7 +186,7 @@ void ConfigSm::memberGone(Bridging::VlanId vlanId, Iftel::IntfId intfId) {
         VLAN_STREAM_TRACE(7, intoIntfToVlanMap,
                           "into( lagVlanStatus[ parentIntfId ].intfToVlanMap[ vidIntf ] ): "
                           "deleting k1={}, k2={}",
-                          dovraPrint(parentIntfId), fmt::streamed(vidIntf));
+                          printed(parentIntfId), fmt::streamed(vidIntf));
         auto const &status = entry->value();
         status->intfToVlanMapDel(vidIntf);
         if (status->intfToVlanMap().empty()) {
@@ -148,7 +215,7 @@ void ConfigSm::eventToLagUpdateStream(
     ROOT_TRACE(7, __func__, fromLagUpdate,
                "lagUpdateStream = from( lagPhyIntfMapping.lagPhyIntfConfig[].phyIntf[] ): "
                "lagId={} lagMemberId={} phyIntfLagConfig={}",
-               dovraPrint(lagId), dovraPrint(lagMemberId), dovraPrint(phyIntfLagConfig));
+               printed(lagId), printed(lagMemberId), printed(phyIntfLagConfig));
     bool const add = phyIntfLagConfig.hasValue();
     auto const entry = localAttrStore_->lagVlanStatus(lagId);
     if (!entry) {
@@ -164,36 +231,19 @@ void ConfigSm::eventToLagUpdateStream(
     for (auto vidIntf = pairs.iterator(); vidIntf; vidIntf.advance()) {
         ROOT_TRACE(9, __func__, foreachVidIntf, "Flattening element: {}",
                    fmt::streamed(vidIntf.key()));
-        eventToQuam_pipeline0(vidIntf.key().vlanId, vidIntf.key().intfId, lagMemberId, add);
-    }
-}
-
-void ConfigSm::eventToQuam_pipeline0(Bridging::VlanId vlanId, Iftel::IntfId subIntfId,
-                                     Iftel::IntfId lagMemberId, bool add) {
-    if (!initialScanDone_) {
-        return;
-    }
-    ROOT_TRACE(7, __func__, merge,
-               "Line 65: merge( vlanConfigStream, lagUpdateStream ): vlanId={} subIntfId={} "
-               "lagMemberId={} add={}",
-               dovraPrint(vlanId), dovraPrint(subIntfId), dovraPrint(lagMemberId), dovraPrint(add));
-    auto const &config = Qor::required(vlanSubIntfConfigDir_->config().lookupNodeG(vlanId)).value();
-    Qor::Ptr<VlanSubIntf> const vlanSubIntf =
-        Qor::required(config->intf().lookupNodeG(subIntfId)).value();
-    if (lagPhyIntfReconciling_) {
-        vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenIs(vlanSubIntf)
-            ->seenIs({lagMemberId, true});
-    }
-    if (add) {
-        ROOT_TRACE(7, __func__, intoLagPhyIntf,
-                   "into( vlanSubIntf.lagPhyIntf[ lagMemberId ] ): inserting k1={}",
-                   dovraPrint(lagMemberId));
-        vlanSubIntf->lagPhyIntfIs(lagMemberId);
-    } else {
-        ROOT_TRACE(7, __func__, intoLagPhyIntf,
-                   "into( vlanSubIntf.lagPhyIntf[ lagMemberId ] ): deleting k1={}",
-                   dovraPrint(lagMemberId));
-        vlanSubIntf->lagPhyIntfDel(lagMemberId);
+        if (auto const *const far = vidIntf.ahead(farAhead)) {
+            __builtin_prefetch(far->beside().get());
+        }
+        if (auto const *const near = vidIntf.ahead(nearAhead); near && near->beside()) {
+            near->beside()->lagPhyIntf().prefetch();
+        }
+        auto const &[intfId, vlanId] = vidIntf.key();
+        if (auto const *const node = vidIntf.node(); node && node->beside()) {
+            auto const seen = lagPhyIntfSeen(node->beside());
+            merge(vlanId, intfId, *node->beside(), seen.get(), lagMemberId, add);
+        } else {
+            eventToQuam_pipeline0(vlanId, intfId, lagMemberId, add);
+        }
     }
 }
 

@@ -30,7 +30,9 @@ class LagPhyIntfOutputColl final : public Qor::PtrInterface,
     [[nodiscard]] Qor::Ptr<VlanSubIntf> const &vlanSubIntf() const noexcept { return vlanSubIntf_; }
     [[nodiscard]] SeenSet const &seen() const noexcept { return seen_; }
     /// Mark a key; one that is marked already changes nothing.
-    SeenSet::Node const *seenIs(LagPhyIntfOutputKey const &key);
+    SeenSet::Node const *seenIs(LagPhyIntfOutputKey const &key) {
+        return seen_.newMemberG({key}).first;
+    }
     void seenDel(LagPhyIntfOutputKey const &key);
     void seenDelAll();
 

@@ -9,11 +9,6 @@ namespace VlanSubIntfConfigLib {
 LagPhyIntfOutputColl::LagPhyIntfOutputColl(Qor::Ptr<VlanSubIntf> const &subIntf)
     : vlanSubIntf_(subIntf), seen_(1) {}
 
-LagPhyIntfOutputColl::SeenSet::Node const *
-LagPhyIntfOutputColl::seenIs(LagPhyIntfOutputKey const &key) {
-    return seen_.newMemberG({key}).first;
-}
-
 void LagPhyIntfOutputColl::seenDel(LagPhyIntfOutputKey const &key) {
     seen_.deleteMemberG(key);
 }
@@ -32,7 +27,7 @@ void ConfigSm::vlanSubIntfConfigDirConfigIntfOutputSeenDel(ConfigIntfOutputKey c
 }
 
 void ConfigSm::vlanSubIntfConfigDirConfigIntfOutputSeenDelAll() {
-    configIntfSeen_.emptyAllBuckets();
+    configIntfSeen_.emptyLater();
 }
 
 bool ConfigSm::vlanSubIntfConfigDirConfigIntfOutputSeenHas(
@@ -43,12 +38,11 @@ bool ConfigSm::vlanSubIntfConfigDirConfigIntfOutputSeenHas(
 Qor::Ptr<LagPhyIntfOutputColl>
 ConfigSm::vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenIs(
     Qor::Ptr<VlanSubIntf> const &vlanSubIntf) {
-    if (auto const *const node = lagPhyIntfPtrSeen_.lookupNodeG(vlanSubIntf.get())) {
-        return node->value();
-    }
-    auto coll = Qor::make<LagPhyIntfOutputColl>(vlanSubIntf);
-    lagPhyIntfPtrSeen_.newMemberG({vlanSubIntf, coll});
-    return coll;
+    using Node = LagPhyIntfPtrSeenMap::Node;
+    auto const create = [&vlanSubIntf] {
+        return Node{vlanSubIntf, Qor::make<LagPhyIntfOutputColl>(vlanSubIntf)};
+    };
+    return lagPhyIntfPtrSeen_.newMemberG(vlanSubIntf.get(), create).first->value();
 }
 
 Qor::Ptr<LagPhyIntfOutputColl>
@@ -59,7 +53,21 @@ ConfigSm::vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenDel(
 }
 
 void ConfigSm::vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenDelAll() {
-    lagPhyIntfPtrSeen_.emptyAllBuckets();
+    lagPhyIntfPtrSeen_.emptyLater();
+}
+
+void ConfigSm::memberCounted(Iftel::IntfId intfId) noexcept {
+    bool const isSubIntf = Iftel::SubIntfId::isSubIntfId(intfId);
+    bool const ridesOnLag = isSubIntf && Iftel::PortChannelIntfId::isPortChannelIntfId(intfId);
+    subIntfsCounted_ += isSubIntf ? 1U : 0U;
+    lagSubIntfsCounted_ += ridesOnLag ? 1U : 0U;
+}
+
+void ConfigSm::seenReserve() {
+    lagPhyIntfPtrSeen_.reserve(lagSubIntfsCounted_);
+    if (configIntfReconciling_) {
+        configIntfSeen_.reserve(subIntfsCounted_);
+    }
 }
 
 } // namespace VlanSubIntfConfigLib

@@ -110,6 +110,7 @@ void ConfigSm::handleInitialScanDone() {
     }
     ROOT_TRACE(9, "Initial scan done for child SMs. Now scanning with events triggered.");
     initialScanDone_ = true;
+    seenReserve();
     inputSmScanState_->lagUpdateStreamScanIs(false);
     inputSmScanState_->vlanConfigStreamScanIs(false);
     startSecondScan(lagPhyIntfConfigSm2_, synchronous_);

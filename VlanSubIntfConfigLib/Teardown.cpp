@@ -95,7 +95,8 @@ ConfigSm::~ConfigSm() {
     outputStateDel();
     lagPhyIntfConfigSm2Del();
     vlanConfigSm0Del();
-    lagPhyIntfPtrSeen_._memberDelAll();
+    lagPhyIntfPtrSeen_.emptyLater();
+    configIntfSeen_.emptyLater();
     lagPhyIntfTask_.taskDel();
     configIntfTask_.taskDel();
     localAttrStoreDel();

@@ -9,9 +9,13 @@
 #include "VlanSubIntfConfigLib/DovraPrint.h"
 #include "platform/Nuvio/DebugHandler.h"
 
+#include <fmt/format.h>
+
 #include <array>
 #include <cstdint>
+#include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace VlanSubIntfConfigLib::DovraCode {
 
@@ -59,7 +63,33 @@ inline constexpr std::array all{
     intoLagPhyIntf};
 
 } // namespace Statements
+/// An argument of a trace line: a value that is printed by dovraPrint() when the line is formatted.
+template <class T> struct Printed { T value; };
+/// Small values are copied, so that they need not be in memory for a line that is not wanted.
+template <class T> [[nodiscard]] auto printed(T const &value) noexcept {
+    return Printed<std::conditional_t<std::is_trivially_copyable_v<T>, T, T const &>>{value};
+}
+
+/// Format and emit a line whose level is enabled. Out of the way of the code that traces.
+template <class... Args>
+[[gnu::cold, gnu::noinline]] void
+traceLine(Nuvio::Platform::DebugHandler const &handler, std::uint16_t level,
+          std::string_view className, std::string_view function, std::uint32_t line,
+          fmt::format_string<Args const &...> format, Args... args) {
+    Nuvio::fmtrace(handler, level, traceSource, function, line, className, format, args...);
+}
+
 } // namespace VlanSubIntfConfigLib::DovraCode
+
+template <class T>
+struct fmt::formatter<VlanSubIntfConfigLib::DovraCode::Printed<T>> : fmt::formatter<std::string> {
+    template <class Context>
+    auto format(VlanSubIntfConfigLib::DovraCode::Printed<T> const &printed,
+                Context &context) const {
+        return fmt::formatter<std::string>::format(
+            VlanSubIntfConfigLib::DovraCode::dovraPrint(printed.value), context);
+    }
+};
 
 // Emit one trace line if `level` is enabled on the handle; a null handle is an assertion. A macro,
 // because only a macro leaves the arguments unevaluated when the level is off: no value is printed
@@ -67,8 +97,8 @@ inline constexpr std::array all{
 #define DOVRA_TRACE(handle, level, className, function, statement, ...)                            \
     do {                                                                                           \
         ::Nuvio::Platform::DebugHandler const &dovraHandler_ = *(handle);                          \
-        if (dovraHandler_.levelEnabled(level)) {                                                   \
-            ::Nuvio::fmtrace(dovraHandler_, level, ::VlanSubIntfConfigLib::DovraCode::traceSource, \
-                             function, (statement).line, className, __VA_ARGS__);                  \
+        if (dovraHandler_.levelEnabled(level)) [[unlikely]] {                                      \
+            ::VlanSubIntfConfigLib::DovraCode::traceLine(dovraHandler_, level, className,          \
+                                                         function, (statement).line, __VA_ARGS__); \
         }                                                                                          \
     } while (false)

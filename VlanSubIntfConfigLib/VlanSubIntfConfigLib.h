@@ -39,6 +39,7 @@
 #include "platform/Quam.h"
 #include "platform/VlanSubIntfConfigDir.h"
 
+#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -297,6 +298,23 @@ class NUVIO_EXPORT ConfigSm final : public Qor::PtrInterface, public Qor::PoolAl
                        Bridging::VlanPortConfig const &vlanPortConfig);
     void memberGone(Bridging::VlanId vlanId, Iftel::IntfId intfId);
     [[nodiscard]] bool passesPortChannelFilter(Iftel::IntfId intfId) const;
+    void memberCounted(Iftel::IntfId intfId) noexcept;
+    /// Make room for what was counted.
+    void seenReserve();
+    /// The merge for a caller that has the entry at hand. Who hears of it may let go of everything
+    /// but the root.
+    void merge(Bridging::VlanId vlanId, Iftel::IntfId subIntfId, VlanSubIntf &vlanSubIntf,
+               LagPhyIntfOutputColl *seen, Iftel::IntfId lagMemberId, bool add);
+    void mergeInto(VlanSubIntf &vlanSubIntf, LagPhyIntfOutputColl *seen, Iftel::IntfId lagMemberId,
+                   bool add);
+    /// The record of the members written under a subinterface, made empty if it is missing; null
+    /// when the output is reconciled.
+    [[nodiscard]] Qor::Ptr<LagPhyIntfOutputColl>
+    lagPhyIntfSeen(Qor::Ptr<VlanSubIntf> const &vlanSubIntf) {
+        return lagPhyIntfReconciling_
+                   ? vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenIs(vlanSubIntf)
+                   : nullptr;
+    }
 
     // Arguments; shared with the host.
     Qor::Ptr<Bridging::Config const> bridgingConfig_;
@@ -321,6 +339,10 @@ class NUVIO_EXPORT ConfigSm final : public Qor::PtrInterface, public Qor::PoolAl
     ConfigIntfSeenSet configIntfSeen_;
     DovraCode::TaskSlot configIntfTask_;
     ConfigIntfOutputKey configIntfBookmark_;
+
+    /// What the records will hold, counted by the first scan: so they need not grow in the second.
+    std::uint32_t subIntfsCounted_ = 0;
+    std::uint32_t lagSubIntfsCounted_ = 0;
 
     bool lagPhyIntfReconciling_ = false;
     bool lagPhyIntfUseBookmark_ = false;

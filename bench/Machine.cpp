@@ -1,69 +1,67 @@
 #include "bench/Machine.h"
 
+#include "VlanSubIntfConfigLib/LocalAttrStore.h"
 #include "platform/Qor/Pool.h"
 
-#include <memory>
-#include <utility>
+#include <fmt/core.h>
+
+#include <cstdio>
+#include <cstdlib>
 
 namespace Bench {
 
-Machine::Machine() : Machine(std::make_unique<Osk::UnlimitedShare>()) {}
-
-Machine::Machine(std::unique_ptr<Osk::Share> share)
+Machine::Machine()
     : config_(Bridging::Config::ConfigIs()),
       mapping_(Lag::LagPhyIntfMapping::LagPhyIntfMappingIs()),
       dir_(VlanSubIntfConfigLib::VlanSubIntfConfigDir::VlanSubIntfConfigDirIs()),
-      scheduler_(Osk::TaskScheduler::TaskSchedulerIs()) {
-    scheduler_->shareIs(std::move(share));
-}
-
-SlicedMachine::SlicedMachine()
-    : Machine(std::make_unique<Osk::TimeShare>(Osk::TaskScheduler::defaultShare)) {}
-
-void Machine::memberIs(Member const &member) {
-    config_->vlanConfigIs(member.vlanId)->intfIs(member.intfId, member.config);
-}
-
-void Machine::memberDel(Member const &member) {
-    config_->vlanConfigIs(member.vlanId)->intfDel(member.intfId);
-}
-
-void Machine::lagMemberIs(LagMember const &lagMember) {
-    mapping_->lagPhyIntfConfigIs(lagMember.lagId)
-        ->phyIntfIs(lagMember.memberId, Lag::EthPhyIntfLagConfig::EthPhyIntfLagConfigIs());
-}
-
-void Machine::lagMemberDel(LagMember const &lagMember) {
-    mapping_->lagPhyIntfConfigIs(lagMember.lagId)->phyIntfDel(lagMember.memberId);
-}
+      scheduler_(Osk::TaskScheduler::TaskSchedulerIs()) {}
 
 void Machine::start() {
     Quam::SmControl control;
     control.schedulerIs(scheduler_);
     machine_ = VlanSubIntfConfigLib::configSmFactory(config_, mapping_, dir_, control);
-    slices_ = scheduler_->runUntilIdle();
-    NUVIO_ASSERT(machine_->ready());
+    scheduler_->runUntilIdle();
+    if (!machine_->ready()) {
+        fmt::print(stderr, "The machine is idle and not ready.\n");
+        std::abort();
+    }
+}
+
+void Machine::liveIs(bool live) {
+    if (!live) {
+        machine_ = nullptr;
+    }
 }
 
 Checksum Machine::checksum() const {
     Checksum result;
     for (auto const &[vlanId, config] : dir_->config()) {
         for (auto const &[intfId, subIntf] : config->intf()) {
-            result.entryAdd(vlanId, intfId, subIntf->tagOnEgress(),
-                            subIntf->allowedTrafficDirection());
-            for (Iftel::IntfId const memberId : subIntf->lagPhyIntf()) {
-                result.memberAdd(vlanId, intfId, memberId);
+            auto const intf = MachineIds::peerIntf(intfId);
+            result.entryAdd(vlanId.value(), intf, subIntf->tagOnEgress(),
+                            static_cast<std::uint8_t>(subIntf->allowedTrafficDirection()));
+            for (Intf const member : subIntf->lagPhyIntf()) {
+                result.memberAdd(vlanId.value(), intf, MachineIds::peerIntf(member));
             }
         }
     }
+    indexAdd(result);
     return result;
 }
 
-Machine::Bytes Machine::census() {
-    Bytes bytes;
+void Machine::indexAdd(Checksum &checksum) const {
+    for (auto const &[lagId, entry] : machine_->localAttrStore()->lagVlanStatus()) {
+        for (auto const &pair : entry->value()->intfToVlanMap()) {
+            checksum.indexAdd(MachineIds::peerIntf(lagId), MachineIds::peerIntf(pair.intfId),
+                              pair.vlanId.value());
+        }
+    }
+}
+
+std::uint64_t Machine::liveBytes() {
+    std::uint64_t bytes = 0;
     for (Qor::CensusLine const &line : Qor::census()) {
-        bytes.live += line.bytes;
-        bytes.peak += line.peakBytes;
+        bytes += line.bytes;
     }
     return bytes;
 }

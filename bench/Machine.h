@@ -1,60 +1,69 @@
 // The library as a host uses it: entities written through their mutators, the machine made by its
-// factory, its tasks run by the scheduler.
+// factory, its tasks run by a scheduler with the default share.
 #pragma once
 
 #include "VlanSubIntfConfigLib/VlanSubIntfConfigLib.h"
-#include "bench/Workload.h"
+#include "bench/Checksum.h"
 #include "platform/Bridging.h"
 #include "platform/Lag.h"
 #include "platform/Osk.h"
 #include "platform/VlanSubIntfConfigDir.h"
 
 #include <cstdint>
-#include <memory>
 
 namespace Bench {
 
 class Machine {
   public:
+    using Ids = MachineIds;
+    using Vlan = MachineIds::Vlan;
+    using Intf = MachineIds::Intf;
+    using Config = MachineIds::Config;
     static constexpr bool rebuilds = false;
 
-    /// With a share that is never used up: start() is one run of each task.
     Machine();
 
-    void memberIs(Member const &member);
-    void memberDel(Member const &member);
-    void lagMemberIs(LagMember const &lagMember);
-    void lagMemberDel(LagMember const &lagMember);
-    void batchEnd() const noexcept {}
+    // A host writes in one way, whether a machine follows or not.
+
+    void memberFill(Vlan vlan, Intf intf, Config config) { memberIs(vlan, intf, config); }
+    void memberUnfill(Vlan vlan, Intf intf) { memberDel(vlan, intf); }
+    void lagMemberFill(Intf lag, Intf member) { lagMemberIs(lag, member); }
+    void lagMemberUnfill(Intf lag, Intf member) { lagMemberDel(lag, member); }
+
+    void batchBegin() noexcept {}
+    void batchEnd() noexcept {}
+    void memberIs(Vlan vlan, Intf intf, Config config) {
+        config_->vlanConfigIs(vlan)->intfIs(intf, config);
+    }
+    void memberDel(Vlan vlan, Intf intf) { config_->vlanConfigIs(vlan)->intfDel(intf); }
+    void lagMemberIs(Intf lag, Intf member) {
+        mapping_->lagPhyIntfConfigIs(lag)->phyIntfIs(
+            member, Lag::EthPhyIntfLagConfig::EthPhyIntfLagConfigIs());
+    }
+    void lagMemberDel(Intf lag, Intf member) {
+        mapping_->lagPhyIntfConfigIs(lag)->phyIntfDel(member);
+    }
+
+    /// From the factory's call until the machine is ready.
     void start();
-    void stop() { machine_ = nullptr; }
+    /// The same: a new machine over the directory as it is.
+    void restart() { start(); }
+    /// Off: let go of the machine.
+    void liveIs(bool live);
+
     [[nodiscard]] Checksum checksum() const;
 
-    /// Runs of tasks that the last start took.
-    [[nodiscard]] std::uint64_t slices() const noexcept { return slices_; }
-    /// Live bytes of all tracked types, and the sum of what each held at most.
-    struct Bytes {
-        std::uint64_t live = 0;
-        std::uint64_t peak = 0;
-    };
-    [[nodiscard]] static Bytes census();
-
-  protected:
-    explicit Machine(std::unique_ptr<Osk::Share> share);
+    /// Bytes of all live objects and tables.
+    [[nodiscard]] static std::uint64_t liveBytes();
 
   private:
+    void indexAdd(Checksum &checksum) const;
+
     Qor::Ptr<Bridging::Config> config_;
     Qor::Ptr<Lag::LagPhyIntfMapping> mapping_;
     Qor::Ptr<VlanSubIntfConfigLib::VlanSubIntfConfigDir> dir_;
     Qor::Ptr<Osk::TaskScheduler> scheduler_;
-    Qor::Ptr<VlanSubIntfConfigLib::ConfigSm> machine_; // null while it does not run
-    std::uint64_t slices_ = 0;
-};
-
-/// With the scheduler's default share.
-class SlicedMachine : public Machine {
-  public:
-    SlicedMachine();
+    Qor::Ptr<VlanSubIntfConfigLib::ConfigSm> machine_; ///< null while it does not run
 };
 
 } // namespace Bench

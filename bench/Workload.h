@@ -1,88 +1,83 @@
-// The benchmark's workloads: what is written into the inputs, in which order, and what the output
-// must hold after each phase. Generated once from a fixed seed and given to every subject.
+// The workloads: what is written into the inputs, and in which order. Generated from fixed seeds,
+// so that every subject gets the same, in its own types.
 //
-//     mixed   members of every kind, shuffled; then two passes of churn; then what changes while
-//             nothing runs: a tenth of the members gone, one member exchanged in each tenth LAG
-//     fan     subinterfaces of 64 LAGs; then LAG members that come and go, each of which is
-//             written under every subinterface of its LAG
-//
-// The expected checksums are computed from the generator's own record of the inputs, member by
-// member, and by no subject: a subject that ends with another one has derived something else.
+//     mixed   members of every kind, shuffled: half subinterfaces of 64 LAGs of 8, a quarter
+//             subinterfaces of Ethernet ports, a quarter plain ports; two passes of events; what
+//             changes while nothing runs: a tenth of the members gone, in seven LAGs one member
+//             exchanged
+//     fan     `pairs` subinterfaces on each of 64 LAGs, and LAG members that come and go, each
+//             of which is written under every subinterface of its LAG
 #pragma once
 
-#include "platform/Bridging/VlanId.h"
-#include "platform/Bridging/VlanPortConfig.h"
-#include "platform/Iftel/IntfId.h"
+#include "bench/Ids.h"
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 namespace Bench {
 
-struct Member {
-    Bridging::VlanId vlanId;
-    Iftel::IntfId intfId;
-    Bridging::VlanPortConfig config;
+template <class Ids> struct Member {
+    typename Ids::Vlan vlan;
+    typename Ids::Intf intf;
+    typename Ids::Config config;
 };
 
-/// What happens to a member: it comes up, gets another configuration, or goes.
-enum class EventKind : std::uint8_t { present, changed, removed };
-inline constexpr std::size_t eventKinds = 3;
-
-struct Event {
-    EventKind kind;
-    Member member;
+/// A member comes up or gets another configuration, or it goes.
+template <class Ids> struct Event {
+    bool present;
+    typename Ids::Vlan vlan;
+    typename Ids::Intf intf;
+    typename Ids::Config config;
 };
 
-struct LagMember {
-    Iftel::IntfId lagId;
-    Iftel::IntfId memberId;
+template <class Ids> struct LagMember {
+    typename Ids::Intf lag;
+    typename Ids::Intf member;
 };
 
-struct LagEvent {
-    bool add;
-    LagMember member;
+template <class Ids> struct LagEvent {
+    bool present;
+    typename Ids::Intf lag;
+    typename Ids::Intf member;
 };
 
-/// Sum over an output, independent of its order.
-struct Checksum {
-    std::uint64_t sum = 0;
-    std::uint64_t entries = 0; ///< subinterfaces
-    std::uint64_t members = 0; ///< LAG members under them
-
-    void entryAdd(Bridging::VlanId vlanId, Iftel::IntfId intfId, bool tagOnEgress,
-                  Bridging::AllowedTrafficDirection direction) noexcept;
-    void memberAdd(Bridging::VlanId vlanId, Iftel::IntfId intfId, Iftel::IntfId memberId) noexcept;
-
-    friend bool operator==(Checksum const &, Checksum const &) noexcept = default;
-};
-
-struct Workload {
+template <class Ids> struct Workload {
     // Written before the start.
-    std::vector<Member> members;
-    std::vector<LagMember> lagMembers;
-    Checksum afterStart;
+    std::vector<Member<Ids>> members;
+    std::vector<LagMember<Ids>> lagMembers;
+    std::uint64_t outputEntries = 0; ///< how many entries the start derives
 
-    // mixed: written one by one while the subject runs.
-    std::array<std::vector<Event>, 2> churn;
-    Checksum afterChurn;
+    // mixed: written while the subject runs.
+    std::array<std::vector<Event<Ids>>, 2> churn;
 
-    // mixed: written between a stop and the next start.
-    std::vector<Member> gone;
-    std::vector<LagEvent> lagsMoved;
-    Checksum afterRestart;
+    // mixed: written between the end of one run and the start of the next.
+    std::vector<Member<Ids>> staleMembers; ///< removed
+    std::vector<LagEvent<Ids>> staleLags;
 
-    // fan: written one by one while the subject runs.
-    std::vector<LagEvent> lagChurn;
-    Checksum afterFan;
-
-    /// `vlans` VLANs of `perVlan` members each, and two passes of `events` events.
-    [[nodiscard]] static Workload mixed(std::uint32_t vlans, std::uint32_t perVlan,
-                                        std::uint32_t events);
-    /// 64 LAGs with `perLag` subinterfaces each, and `events` events.
-    [[nodiscard]] static Workload fan(std::uint32_t perLag, std::uint32_t events);
+    // fan: written while the subject runs.
+    std::vector<LagEvent<Ids>> lagChurn;
 };
+
+/// What to generate for the workload mixed. Requires: vlans <= 4094, members < 2^24 in all.
+struct MixedSize {
+    std::uint32_t vlans;
+    std::uint32_t perVlan;
+    std::uint32_t events = 200'000; ///< per pass
+
+    [[nodiscard]] std::uint64_t members() const noexcept { return std::uint64_t{vlans} * perVlan; }
+};
+
+/// What to generate for the workload fan. Requires: pairs != 0.
+struct FanSize {
+    std::uint32_t pairs;              ///< per LAG
+    std::uint32_t writes = 4'000'000; ///< into the output, by all events together
+
+    [[nodiscard]] std::uint32_t vlans() const noexcept { return pairs <= 10 ? 100 : 1000; }
+};
+
+/// Defined for PeerIds and MachineIds.
+template <class Ids> [[nodiscard]] Workload<Ids> generate(MixedSize const &size);
+template <class Ids> [[nodiscard]] Workload<Ids> generate(FanSize const &size);
 
 } // namespace Bench

@@ -9,7 +9,6 @@
 #include "platform/Qor/HashMap2018.h"
 #include "platform/Qor/Pool.h"
 
-#include <algorithm>
 #include <array>
 #include <compare>
 #include <map>
@@ -158,6 +157,10 @@ template <class Variant> class Game {
             return copyMap(bytes_.next() * 4U);
         case 21:
             return lookUp(keyOf(bytes_.nextWord()));
+        case 22:
+            return map_.reserve(bytes_.next() * 4U); // neither contents nor stamp
+        case 23:
+            return lookAhead(held, bytes_.next());
         default:
             return;
         }
@@ -166,9 +169,10 @@ template <class Variant> class Game {
     [[nodiscard]] Key keyOf(std::uint32_t number) const {
         return {hashOf(hashes_, number), number};
     }
-    /// The container keeps real hashes off the two values that mark free slots and its end.
+    /// The container orders by what it keeps of a hash.
     [[nodiscard]] static Place placeOf(Key key) {
-        return {std::clamp(key.itsHash, 1U, ~0U - 1), key.number};
+        using Table = Qor::Impl::HashTable<typename Map::Node, typename Map::Traits>;
+        return {Table::storedHash(key.itsHash), key.number};
     }
     [[nodiscard]] std::optional<Place> placeOf(Model::const_iterator it) const {
         return it == model_.end() ? std::nullopt : std::optional(it->first);
@@ -247,6 +251,13 @@ template <class Variant> class Game {
     void look(Held &held) {
         if (held.at) {
             expectNode(held.real.node(), model_.find(*held.at));
+        }
+    }
+    void lookAhead(Held &held, std::uint32_t slots) {
+        if (held.at && held.real.node()) { // which finds its place again
+            auto const *const node = held.real.ahead(slots);
+            expect(!node || placeOf(node->key()) >= *held.at, "a look ahead is not one back");
+            expect(!node || node == map_.lookupNodeG(node->key()), "only entries lie ahead");
         }
     }
     void copy(Held const &from, Held &to) {

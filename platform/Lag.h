@@ -42,8 +42,10 @@ class NUVIO_EXPORT LagPhyIntfConfig final : public Qor::InputEntity,
   public:
     static constexpr std::string_view qorTypeName = "Lag::LagPhyIntfConfig";
     static constexpr short phyIntfAttribute = 131;
+    /// Walked in the order of VlanSubIntf::LagPhyIntfSet, into which its keys go one by one: a walk
+    /// over one finds the entries of the other in turn.
     using PhyIntfMap =
-        Qor::HashMap2018<Iftel::IntfId, Qor::Ptr<EthPhyIntfLagConfig const>, 0x51D7E03B>;
+        Qor::HashMap2018<Iftel::IntfId, Qor::Ptr<EthPhyIntfLagConfig const>, 0x6BAE05AF>;
 
     explicit LagPhyIntfConfig(Iftel::IntfId id) noexcept : intfId_(id) {}
 
@@ -88,7 +90,10 @@ class NUVIO_EXPORT LagPhyIntfMapping final : public Qor::InputEntity,
         return lagPhyIntfConfig_;
     }
     [[nodiscard]] Qor::Optional<Qor::Ptr<LagPhyIntfConfig>>
-    lagPhyIntfConfig(Iftel::IntfId id) const;
+    lagPhyIntfConfig(Iftel::IntfId id) const {
+        auto const *const node = lagPhyIntfConfig_.lookupNodeG(id);
+        return node ? Qor::Optional(node->value()) : std::nullopt;
+    }
     /// The LAG, made empty if it is missing.
     Qor::Ptr<LagPhyIntfConfig> lagPhyIntfConfigIs(Iftel::IntfId id);
     /// Remove a LAG with its members if there is one.

@@ -23,6 +23,8 @@
 
 namespace VlanSubIntfConfigLib {
 
+class VlanSubIntfConfig;
+
 /// One subinterface in one VLAN. With its set of members it is one object of a cache line, plus the
 /// set's array.
 class NUVIO_EXPORT VlanSubIntf final : public Qor::DerivedEntity,
@@ -34,32 +36,42 @@ class NUVIO_EXPORT VlanSubIntf final : public Qor::DerivedEntity,
     static constexpr short allowedTrafficDirectionAttribute = 132;
     using LagPhyIntfSet = Qor::HashMap2018<Iftel::IntfId, void, 0x6BAE05AF>;
 
-    explicit VlanSubIntf(Iftel::IntfId id) noexcept : intfId_(id) {}
+    explicit VlanSubIntf(Iftel::IntfId id, VlanSubIntfConfig const *config = nullptr) noexcept
+        : intfId_(id), config_(config) {}
 
     [[nodiscard]] Iftel::IntfId intfId() const noexcept { return intfId_; }
+    /// It can be found in a directory: neither it nor its VLAN was removed.
+    [[nodiscard]] bool inDirectory() const noexcept;
 
     /// The LAG members over which the subinterface's traffic runs.
     [[nodiscard]] LagPhyIntfSet const &lagPhyIntf() const noexcept { return lagPhyIntf_; }
     [[nodiscard]] bool lagPhyIntf(Iftel::IntfId member) const noexcept {
         return lagPhyIntf_.memberHas(member);
     }
-    void lagPhyIntfIs(Iftel::IntfId member);
-    void lagPhyIntfDel(Iftel::IntfId member);
+    void lagPhyIntfIs(Iftel::IntfId member) { keyIs(lagPhyIntf_, lagPhyIntfAttribute, member); }
+    void lagPhyIntfDel(Iftel::IntfId member) {
+        memberDel(lagPhyIntf_, lagPhyIntfAttribute, member);
+    }
 
     [[nodiscard]] bool tagOnEgress() const noexcept { return tagOnEgress_; }
-    void tagOnEgressIs(bool tag);
+    void tagOnEgressIs(bool tag) { attributeIs(tagOnEgress_, tagOnEgressAttribute, tag); }
 
     [[nodiscard]] Bridging::AllowedTrafficDirection allowedTrafficDirection() const noexcept {
         return allowedTrafficDirection_;
     }
-    void allowedTrafficDirectionIs(Bridging::AllowedTrafficDirection direction);
+    void allowedTrafficDirectionIs(Bridging::AllowedTrafficDirection direction) {
+        attributeIs(allowedTrafficDirection_, allowedTrafficDirectionAttribute, direction);
+    }
 
     [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
 
   private:
+    friend VlanSubIntfConfig;
+
     LagPhyIntfSet lagPhyIntf_;
     Iftel::IntfId intfId_;
+    VlanSubIntfConfig const *config_; ///< owns this; null once it does not any more
     bool tagOnEgress_ = false;
     Bridging::AllowedTrafficDirection allowedTrafficDirection_ =
         Bridging::AllowedTrafficDirection::none;
@@ -79,22 +91,41 @@ class NUVIO_EXPORT VlanSubIntfConfig final : public Qor::DerivedEntity,
     };
     using IntfMap = Qor::HashMap2018<Iftel::IntfId, Qor::Ptr<VlanSubIntf>, 0x40CF24F4, IntfIdOf>;
 
-    explicit VlanSubIntfConfig(Bridging::VlanId id) noexcept : vlanId_(id) {}
+    explicit VlanSubIntfConfig(Bridging::VlanId id, bool inDirectory = false) noexcept
+        : vlanId_(id), inDirectory_(inDirectory) {}
+    ~VlanSubIntfConfig() override;
 
     [[nodiscard]] Bridging::VlanId vlanId() const noexcept { return vlanId_; }
 
     [[nodiscard]] IntfMap const &intf() const noexcept { return intf_; }
-    [[nodiscard]] Qor::Optional<Qor::Ptr<VlanSubIntf>> intf(Iftel::IntfId id) const;
-    Qor::Ptr<VlanSubIntf> intfIs(Iftel::IntfId id);
-    void intfDel(Iftel::IntfId id);
+    [[nodiscard]] Qor::Optional<Qor::Ptr<VlanSubIntf>> intf(Iftel::IntfId id) const {
+        auto const *const node = intf_.lookupNodeG(id);
+        return node ? Qor::Optional(node->value()) : std::nullopt;
+    }
+    Qor::Ptr<VlanSubIntf> intfIs(Iftel::IntfId id) {
+        return memberIs(intf_, intfAttribute, id,
+                        [this, id] { return Qor::make<VlanSubIntf>(id, this); });
+    }
+    void intfDel(Iftel::IntfId id) {
+        memberDel(intf_, intfAttribute, id,
+                  [](IntfMap::Node const &removed) { removed.value()->config_ = nullptr; });
+    }
 
     [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
 
   private:
+    friend class VlanSubIntf;
+    friend class VlanSubIntfConfigDir;
+
     IntfMap intf_;
     Bridging::VlanId vlanId_;
+    bool inDirectory_;
 };
+
+inline bool VlanSubIntf::inDirectory() const noexcept {
+    return config_ && config_->inDirectory_;
+}
 
 /// The directory.
 class NUVIO_EXPORT VlanSubIntfConfigDir final : public Qor::DerivedEntity,
@@ -114,8 +145,14 @@ class NUVIO_EXPORT VlanSubIntfConfigDir final : public Qor::DerivedEntity,
     [[nodiscard]] static Qor::Ptr<VlanSubIntfConfigDir> VlanSubIntfConfigDirIs();
 
     [[nodiscard]] ConfigMap const &config() const noexcept { return config_; }
-    [[nodiscard]] Qor::Optional<Qor::Ptr<VlanSubIntfConfig>> config(Bridging::VlanId id) const;
-    Qor::Ptr<VlanSubIntfConfig> configIs(Bridging::VlanId id);
+    [[nodiscard]] Qor::Optional<Qor::Ptr<VlanSubIntfConfig>> config(Bridging::VlanId id) const {
+        auto const *const node = config_.lookupNodeG(id);
+        return node ? Qor::Optional(node->value()) : std::nullopt;
+    }
+    Qor::Ptr<VlanSubIntfConfig> configIs(Bridging::VlanId id) {
+        return memberIs(config_, configAttribute, id,
+                        [id] { return Qor::make<VlanSubIntfConfig>(id, true); });
+    }
     void configDel(Bridging::VlanId id);
 
     [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;

@@ -14,6 +14,7 @@
 #include "platform/Qor/HashMap2018.h"
 #include "platform/Qor/Pool.h"
 #include "platform/Qor/Value.h"
+#include "platform/VlanSubIntfConfigDir.h"
 
 #include <compare>
 #include <cstdint>
@@ -45,15 +46,19 @@ class NUVIO_EXPORT VlanStatus final : public Qor::DerivedEntity,
   public:
     static constexpr std::string_view qorTypeName = "VlanSubIntfStatusLib::VlanStatus";
     static constexpr short intfToVlanMapAttribute = 130;
-    using VidIntfSet = Qor::HashMap2018<VidIntf, void, 0x97B30F52>;
+    using Entry = Qor::Ptr<VlanSubIntfConfigLib::VlanSubIntf>;
+    using VidIntfSet = Qor::HashMap2018<VidIntf, Qor::Beside<Entry>, 0x97B30F52>;
 
     VlanStatus() noexcept = default;
+    ~VlanStatus() override { intfToVlanMap_.emptyLater(); }
 
     [[nodiscard]] VidIntfSet const &intfToVlanMap() const noexcept { return intfToVlanMap_; }
     [[nodiscard]] bool intfToVlanMap(VidIntf const &pair) const noexcept {
         return intfToVlanMap_.memberHas(pair);
     }
-    void intfToVlanMapIs(VidIntf const &pair);
+    /// Insert a pair. `entry` is the output entry that it stands for, if the writer has it at hand:
+    /// it is kept beside the pair, so that who walks over the pairs need not look it up.
+    void intfToVlanMapIs(VidIntf const &pair, Entry const &entry = nullptr);
     void intfToVlanMapDel(VidIntf const &pair);
 
     [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;

@@ -53,14 +53,6 @@ Qor::Optional<VlanPortConfig> VlanConfig::intf(Iftel::IntfId id) const {
     return node ? Qor::Optional(node->value()) : std::nullopt;
 }
 
-void VlanConfig::intfIs(Iftel::IntfId id, VlanPortConfig config) {
-    valueIs(intf_, intfAttribute, id, config);
-}
-
-void VlanConfig::intfDel(Iftel::IntfId id) {
-    memberDel(intf_, intfAttribute, id);
-}
-
 std::span<Qor::Attribute const> VlanConfig::qorAttributes() noexcept {
     static constexpr Qor::Attribute table[] = {
         Qor::collection<&VlanConfig::intf_>(intfAttribute, "intf")};
@@ -78,13 +70,6 @@ Qor::Ptr<Config> Config::ConfigIs() {
 Qor::Optional<Qor::Ptr<VlanConfig const>> Config::vlanConfig(VlanId id) const {
     auto const *const node = vlanConfig_.lookupNodeG(id);
     return node ? Qor::Optional(node->value()) : std::nullopt;
-}
-
-Qor::Ptr<VlanConfig> Config::vlanConfigIs(VlanId id) {
-    auto const vlan = memberIs(vlanConfig_, vlanConfigAttribute, id, [id] {
-        return Qor::Ptr<VlanConfig const>(Qor::make<VlanConfig>(id));
-    });
-    return Qor::Ptr<VlanConfig>(const_cast<VlanConfig *>(vlan.get())); // made writable above
 }
 
 void Config::vlanConfigDel(VlanId id) {

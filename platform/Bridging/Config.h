@@ -32,9 +32,11 @@ class NUVIO_EXPORT VlanConfig final : public Qor::InputEntity,
     [[nodiscard]] IntfMap const &intf() const noexcept { return intf_; }
     [[nodiscard]] Qor::Optional<VlanPortConfig> intf(Iftel::IntfId id) const;
     /// Insert a member, or give it another configuration.
-    void intfIs(Iftel::IntfId id, VlanPortConfig config);
+    void intfIs(Iftel::IntfId id, VlanPortConfig config) {
+        valueIs(intf_, intfAttribute, id, config);
+    }
     /// Remove a member if there is one.
-    void intfDel(Iftel::IntfId id);
+    void intfDel(Iftel::IntfId id) { memberDel(intf_, intfAttribute, id); }
 
     [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
@@ -64,7 +66,12 @@ class NUVIO_EXPORT Config final : public Qor::InputEntity, public Qor::PoolAlloc
     [[nodiscard]] VlanConfigMap const &vlanConfig() const noexcept { return vlanConfig_; }
     [[nodiscard]] Qor::Optional<Qor::Ptr<VlanConfig const>> vlanConfig(VlanId id) const;
     /// The VLAN, made empty if it is missing, for its members to be written.
-    Qor::Ptr<VlanConfig> vlanConfigIs(VlanId id);
+    Qor::Ptr<VlanConfig> vlanConfigIs(VlanId id) {
+        auto vlan = memberIs(vlanConfig_, vlanConfigAttribute, id, [id] {
+            return Qor::Ptr<VlanConfig const>(Qor::make<VlanConfig>(id));
+        });
+        return Qor::Ptr<VlanConfig>::adopt(const_cast<VlanConfig *>(vlan.detach())); // made above
+    }
     /// Remove a VLAN with its members if there is one.
     void vlanConfigDel(VlanId id);
     /// Insert a VLAN that has members already, in one notice; replaces none.

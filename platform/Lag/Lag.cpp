@@ -54,12 +54,6 @@ Qor::Ptr<LagPhyIntfMapping> LagPhyIntfMapping::LagPhyIntfMappingIs() {
     return Qor::make<LagPhyIntfMapping>();
 }
 
-Qor::Optional<Qor::Ptr<LagPhyIntfConfig>>
-LagPhyIntfMapping::lagPhyIntfConfig(Iftel::IntfId id) const {
-    auto const *const node = lagPhyIntfConfig_.lookupNodeG(id);
-    return node ? Qor::Optional(node->value()) : std::nullopt;
-}
-
 Qor::Ptr<LagPhyIntfConfig> LagPhyIntfMapping::lagPhyIntfConfigIs(Iftel::IntfId id) {
     return memberIs(lagPhyIntfConfig_, lagPhyIntfConfigAttribute, id,
                     [id] { return Qor::make<LagPhyIntfConfig>(id); });

@@ -26,7 +26,7 @@ Subscriber::~Subscriber() {
     }
 }
 
-Publisher::~Publisher() {
+void Publisher::letGo() noexcept {
     for (Delivery *d = innermost; d; d = d->outer) {
         if (d->publisher == this) {
             d->next = nullptr;
@@ -78,14 +78,6 @@ void Publisher::subscriberRemove(Subscriber &subscriber) noexcept {
     }
     subscriber.publisher_ = nullptr;
     subscriber.next_ = subscriber.previous_ = nullptr;
-}
-
-void Publisher::deliver(short attributeId, void const *key) noexcept {
-    if (first_->next_) {
-        deliverToMany(attributeId, key);
-        return;
-    }
-    first_->callback_(this, first_, attributeId, key, nullptr);
 }
 
 void Publisher::deliverToMany(short attributeId, void const *key) noexcept {

@@ -64,7 +64,13 @@ class NUVIO_EXPORT Subscriber {
 class NUVIO_EXPORT Publisher {
   public:
     Publisher() noexcept = default;
-    ~Publisher();
+    /// Leaves its subscribers unregistered, and ends a delivery of its own that is under way: one
+    /// that is has a subscriber still to call.
+    ~Publisher() {
+        if (first_) [[unlikely]] {
+            letGo();
+        }
+    }
     /// Not copyable, not movable: subscribers hold its address.
     Publisher(Publisher const &) = delete;
     Publisher &operator=(Publisher const &) = delete;
@@ -79,7 +85,11 @@ class NUVIO_EXPORT Publisher {
     /// Tell every subscriber that the attribute has changed.
     void publishChange(short attributeId, void const *key = nullptr) noexcept {
         if (first_) {
-            deliver(attributeId, key);
+            if (first_->next_) [[unlikely]] {
+                deliverToMany(attributeId, key);
+            } else {
+                first_->callback_(this, first_, attributeId, key, nullptr);
+            }
         }
     }
 
@@ -88,7 +98,7 @@ class NUVIO_EXPORT Publisher {
     [[nodiscard]] Subscriber *first() const noexcept { return first_; }
 
   private:
-    void deliver(short attributeId, void const *key) noexcept;
+    void letGo() noexcept;
     void deliverToMany(short attributeId, void const *key) noexcept;
 
     Subscriber *first_ = nullptr;

@@ -4,13 +4,14 @@ namespace Osk {
 
 void TimeShare::runBegins() noexcept {
     begin_ = std::chrono::steady_clock::now();
-    tests_ = 0;
+    freeTestsIs(0);
     used_ = false;
 }
 
 bool TimeShare::isUsed() noexcept {
-    if (!used_ && tests_++ % testsPerClockRead == 0) {
+    if (!used_) {
         used_ = std::chrono::steady_clock::now() - begin_ >= limit_;
+        freeTestsIs(used_ ? 0 : testsPerClockRead - 1);
     }
     return used_;
 }

@@ -17,8 +17,24 @@ class NUVIO_EXPORT Share {
     virtual ~Share() = default;
     /// A run starts.
     virtual void runBegins() noexcept = 0;
-    /// Asked at each taskShouldYield() of the running task: true when it should stop.
+    /// Asked at each test but the free ones: true when the run should stop.
     virtual bool isUsed() noexcept = 0;
+
+    /// One test: whether the run should stop.
+    [[nodiscard]] bool test() noexcept {
+        if (freeTests_ != 0) {
+            --freeTests_;
+            return false;
+        }
+        return isUsed();
+    }
+
+  protected:
+    /// Let so many tests answer false unasked.
+    void freeTestsIs(std::uint32_t tests) noexcept { freeTests_ = tests; }
+
+  private:
+    std::uint32_t freeTests_ = 0;
 };
 
 /// A run may take this long. The clock is read only at every 16th test, so a run whose items take
@@ -34,7 +50,6 @@ class NUVIO_EXPORT TimeShare final : public Share {
   private:
     std::chrono::nanoseconds limit_;
     std::chrono::steady_clock::time_point begin_;
-    std::uint32_t tests_ = 0;
     bool used_ = false;
 };
 

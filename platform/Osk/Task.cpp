@@ -47,14 +47,6 @@ void Task::taskWorkPendingIs(std::uint64_t items) noexcept {
     }
 }
 
-bool Task::taskCurrentlyRunning() const noexcept {
-    return scheduler_->running_ == this;
-}
-
-bool Task::taskShouldYield() const noexcept {
-    return !taskCurrentlyRunning() || scheduler_->share_->isUsed();
-}
-
 void Task::run() noexcept {
     auto const begin = std::chrono::steady_clock::now();
     pending_ = 0;

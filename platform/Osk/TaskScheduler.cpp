@@ -112,6 +112,10 @@ Qor::Ptr<Task> TaskScheduler::nextReady() noexcept {
 
 bool TaskScheduler::runOne() {
     NUVIO_ASSERT(running_ == nullptr && "a run does not nest");
+    return runTask() || reclaim();
+}
+
+bool TaskScheduler::runTask() {
     Qor::Ptr<Task> const task = nextReady(); // which holds this scheduler
     if (!task) {
         return false;
@@ -126,11 +130,28 @@ bool TaskScheduler::runOne() {
 
 std::uint64_t TaskScheduler::runUntilIdle() {
     Qor::Ptr<TaskScheduler> const self(this); // for the test that follows the last run
+    NUVIO_ASSERT(running_ == nullptr && "a run does not nest");
     std::uint64_t runs = 0;
-    while (runOne()) {
-        ++runs;
-    }
+    do {
+        while (runTask()) {
+            ++runs;
+        }
+    } while (reclaim());
     return runs;
+}
+
+bool TaskScheduler::reclaim() {
+    if (!Qor::Reclaimer::hasWork()) {
+        return false;
+    }
+    share_->runBegins();
+    bool isUsed = false;
+    while (!isUsed &&
+           Qor::Reclaimer::hasWork()) { // a share may look at the census, which drains it
+        Qor::Reclaimer::step();
+        isUsed = share_->test();
+    }
+    return true;
 }
 
 bool TaskScheduler::hasWork() const noexcept {
@@ -142,7 +163,7 @@ bool TaskScheduler::hasWork() const noexcept {
             }
         }
     }
-    return false;
+    return Qor::Reclaimer::hasWork();
 }
 
 Qor::Ptr<TaskScheduler> const &TaskSchedulerRoot::findOrCreateScheduler() {

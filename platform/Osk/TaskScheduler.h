@@ -13,6 +13,7 @@
 #include "platform/Qor/Attribute.h"
 #include "platform/Qor/Pool.h"
 #include "platform/Qor/PtrInterface.h"
+#include "platform/Qor/Reclaimer.h"
 
 #include <array>
 #include <chrono>
@@ -35,12 +36,13 @@ class NUVIO_EXPORT TaskScheduler final : public Qor::PtrInterface,
 
     [[nodiscard]] static Qor::Ptr<TaskScheduler> TaskSchedulerIs();
 
-    /// Run the task whose turn it is. False: none is ready.
+    /// Run the task whose turn it is or, when none is ready, take apart a share's worth of what the
+    /// Reclaimer has. False: there was neither.
     /// Requires: no task of this scheduler is running (a run does not nest).
     bool runOne();
-    /// Run until no task is ready; returns the number of runs.
+    /// Run until there is no work; returns the number of runs of tasks.
     std::uint64_t runUntilIdle();
-    /// A task is ready: requested, and with a subscriber.
+    /// A task is ready (requested, and with a subscriber), or the Reclaimer has work.
     [[nodiscard]] bool hasWork() const noexcept;
 
     /// A run may take this long (default 5 ms).
@@ -68,6 +70,8 @@ class NUVIO_EXPORT TaskScheduler final : public Qor::PtrInterface,
     void enqueue(Task &task) noexcept;
     void dequeue(Task &task) noexcept;
     [[nodiscard]] Qor::Ptr<Task> nextReady() noexcept;
+    bool runTask();
+    bool reclaim();
     [[nodiscard]] Line &line(Task const &task) noexcept {
         return lines_[static_cast<std::size_t>(task.taskPriority())];
     }
@@ -76,7 +80,16 @@ class NUVIO_EXPORT TaskScheduler final : public Qor::PtrInterface,
     mutable std::mutex linesGuard_; ///< for tasks that are released for the last time elsewhere
     std::unique_ptr<Share> share_;
     Task const *running_ = nullptr;
+    Qor::Reclaimer::Runner reclaims_;
 };
+
+inline bool Task::taskCurrentlyRunning() const noexcept {
+    return scheduler_->running_ == this;
+}
+
+inline bool Task::taskShouldYield() const noexcept {
+    return !taskCurrentlyRunning() || scheduler_->share_->test();
+}
 
 class NUVIO_EXPORT TaskSchedulerRoot {
   public:

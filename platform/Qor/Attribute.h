@@ -389,7 +389,7 @@ template <auto Map> struct MapOf {
     using Class = typename Types::Class;
     using Type = std::remove_cvref_t<typename Types::Result>;
     using Key = typename Type::Key;
-    static constexpr bool isSet = !requires(typename Type::Node const &node) { node.value(); };
+    static constexpr bool isSet = Impl::isSet<typename Type::Node>;
 
     static Type const &get(void *object) {
         auto const &owner = *static_cast<Class *>(object);

@@ -33,7 +33,7 @@ class NUVIO_EXPORT Entity : public PtrInterface {
 
   protected:
     void publish(short attributeId, void const *key = nullptr) const noexcept {
-        if (hasNotificationActive()) {
+        if (publisher_.hasSubscribers() && hasNotificationActive()) {
             publisher_.publishChange(attributeId, key);
         }
     }
@@ -62,12 +62,12 @@ template <class Self> class Collections : public Entity {
     /// The entity under `key`, made by `create()` and inserted if it is missing.
     template <class Map, class Create>
     auto memberIs(Map &map, short attributeId, typename Map::Key key, Create create) {
-        if (auto const *const node = map.lookupNodeG(key)) {
-            return node->value();
+        using Node = typename Map::Node;
+        auto const [node, isNew] = map.newMemberG(key, [&create] { return Node{create()}; });
+        auto entity = node->value();
+        if (isNew) [[unlikely]] {
+            self().publishChange(attributeId, &key);
         }
-        auto entity = create();
-        map.newMemberG({entity});
-        self().publishChange(attributeId, &key);
         return entity;
     }
     /// Insert `key` into a set.
@@ -90,8 +90,14 @@ template <class Self> class Collections : public Entity {
     }
     /// Remove the entry of `key`; hands it back so that it outlives its notice.
     template <class Map> auto memberDel(Map &map, short attributeId, typename Map::Key key) {
+        return memberDel(map, attributeId, key, [](auto const & /*removed*/) noexcept {});
+    }
+    /// The same; `afterwards( node )` is part of the change.
+    template <class Map, class Afterwards>
+    auto memberDel(Map &map, short attributeId, typename Map::Key key, Afterwards afterwards) {
         auto removed = map.deleteMemberG(key);
         if (removed) {
+            afterwards(*removed);
             self().publishChange(attributeId, &key);
         }
         return removed;

@@ -9,8 +9,12 @@
 // is mixed without it can be crafted: the mixer is a permutation, so keys that agree before the
 // seed goes in are easily made, and no seed tells them apart.
 //
-// The mixer is a multiply and xor-shift permutation of 64 bits; its constants are the odd numbers
-// of the golden ratio and of Stafford's variant 13 of the MurmurHash3 finaliser. Not cryptographic.
+// The mixer is a permutation of 64 bits: two multiplications, and before each the high half folded
+// into the low one. So every bit of the field reaches the high bits, which make the hash, and no
+// differences between fields outlive the seed: without the first fold only an addition and a
+// multiplication would stand between them and the second one. Its constants are the odd number of
+// the golden ratio and those of Stafford's variant 13 of the MurmurHash3 finaliser. Not
+// cryptographic.
 #pragma once
 
 #include "platform/Nuvio/Export.h"
@@ -34,9 +38,8 @@ class NUVIO_EXPORT HashHelper {
 namespace Impl {
 
 [[nodiscard]] constexpr std::uint64_t hashMix64(std::uint64_t x) noexcept {
-    x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9U;
-    x = (x ^ (x >> 27)) * 0x94D049BB133111EBU;
-    return x ^ (x >> 31);
+    x = (x ^ (x >> 32)) * 0xBF58476D1CE4E5B9U;
+    return (x ^ (x >> 32)) * 0x94D049BB133111EBU;
 }
 
 constexpr std::uint64_t hashStep = 0x9E3779B97F4A7C15U;
@@ -53,11 +56,12 @@ template <std::unsigned_integral Field>
 /// Hash of several fields, mixed in one by one; seed and width take part with each field.
 class Hash {
   public:
-    explicit constexpr Hash(std::uint32_t seed) noexcept : seed_(seed) {}
+    explicit constexpr Hash(std::uint32_t seed) noexcept
+        : seed_(seed), seedStep_(seed * Impl::hashStep) {}
 
     template <std::unsigned_integral Field> constexpr void hashMix(Field field) noexcept {
-        word_ = Impl::hashMix64(word_ + std::uint64_t{field} +
-                                (seed_ + sizeof(Field)) * Impl::hashStep);
+        word_ = Impl::hashMix64(word_ + std::uint64_t{field} + seedStep_ +
+                                sizeof(Field) * Impl::hashStep);
     }
     constexpr void hashMix(bool field) noexcept { hashMix(static_cast<std::uint8_t>(field)); }
 
@@ -67,6 +71,7 @@ class Hash {
 
   private:
     std::uint32_t seed_;
+    std::uint64_t seedStep_;
     std::uint64_t word_ = 0;
 };
 

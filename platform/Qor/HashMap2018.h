@@ -1,12 +1,10 @@
 // The keyed collection of the runtime: every collection attribute and every seen set.
 //
-// A map or set with unique keys whose entries lie in one array ordered by (seeded hash, key). An
-// entry's home slot is given by the high bits of its hash; an insertion shifts its neighbours up, a
-// deletion shifts them back, growth keeps the order. So the place of a key is the same before and
-// after any growth, and "where the key would be" has a meaning when it is gone: a walk that is
-// resumed at a key visits every entry that was there throughout exactly once, whatever was
-// inserted, deleted or rebuilt meanwhile. The order itself differs from process to process with the
-// seed and is no contract.
+// A map or set with unique keys that is walked in the order of (seeded hash, key). So the place of
+// a key is the same before and after any growth, and "where the key would be" has a meaning when it
+// is gone: a walk that is resumed at a key visits every entry that was there throughout exactly
+// once, whatever was inserted, deleted or rebuilt meanwhile. The order itself differs from process
+// to process with the seed and is no contract.
 //
 //   operation                cost                    iterators
 //   lookupNodeG, memberHas   O(1) expected           stay
@@ -23,13 +21,17 @@
 // The modification stamp is a 23-bit counter: 0 for a new map, moved by every insertion, deletion
 // and replacement, and by nothing else. It stands in bits 8 to 30 of the state word.
 //
-// Small maps are small: none or up to 8 entries are kept without gaps in an array of 4 or 8 slots
-// (4 slots of 8 bytes are one cache line). Beyond, the array has a power of two of home slots, is
-// filled to three quarters, and has a tail for entries that are shifted past the last of them.
+// Two layouts:
+//   small   up to 8 entries, in the order in which they came. A look-up compares keys and needs no
+//           hash; the order of the walk is found when one begins, and kept until the next change.
+//           The first array takes 8 entries of up to 16 bytes, or 4 larger ones.
+//   table   entries in order in an array of a power of two of home slots, see HashMapTable.h. Maps
+//           whose key is read from the value are tables at any size: comparing keys would touch
+//           every value.
 //
 // TypeConstant goes into the seed, so that two containers of one key type order differently and
 // copying one into another stays linear. With a KeyOf functor the key is not stored but read from
-// the value. Value void makes a set.
+// the value. Value void makes a set, Beside<T> one whose owner keeps a T with each key.
 //
 //     HashMap2018<VlanId, Qor::Ptr<IntfSm1>, 3954338504, ChildSmKeyFunktor> childSm;
 //     for (auto it = map.iteratorFrom(bookmark); it; it.advance()) { ... it.key() ... }
@@ -38,74 +40,21 @@
 #include "platform/Nuvio/Assert.h"
 #include "platform/Nuvio/HTCnt.h"
 #include "platform/Qor/Hash.h"
+#include "platform/Qor/HashMapNode.h"
+#include "platform/Qor/HashMapTable.h"
 #include "platform/Qor/Optional.h"
-#include "platform/Qor/Pool.h"
-#include "platform/Qor/PtrInterface.h"
+#include "platform/Qor/Reclaimer.h"
 
 #include <algorithm>
-#include <bit>
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <functional>
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <utility>
 
 namespace Qor {
-
-/// How a key hashes and orders. View is the form in which a key is handed to look-ups.
-template <class K> struct KeyTraits {
-    using View = K const &;
-    static std::uint32_t hash(std::uint32_t seed, View key) noexcept { return key.hash(seed); }
-    static bool equal(View a, View b) noexcept { return a == b; }
-    static bool before(View a, View b) noexcept { return a < b; }
-    static View view(K const &key) noexcept { return key; }
-};
-
-/// Pointer keys are equal by identity; they hash and order by the object's creation serial, so that
-/// walks repeat from run to run. Null is a valid key.
-template <class T> struct KeyTraits<Ptr<T>> {
-    using View = T const *;
-    static std::uint32_t hash(std::uint32_t seed, View key) noexcept {
-        return hashSingleAttr(seed, serial(key));
-    }
-    static bool equal(View a, View b) noexcept { return a == b; }
-    static bool before(View a, View b) noexcept {
-        // Serials wrap after 2^32 objects; the address then decides between equal ones.
-        return serial(a) != serial(b) ? serial(a) < serial(b) : std::less<View>()(a, b);
-    }
-    static View view(Ptr<T> const &key) noexcept { return key.get(); }
-
-  private:
-    static std::uint32_t serial(View key) noexcept { return key ? key->creationSerial() : 0; }
-};
-
-/// Marks a map whose nodes store their keys.
-struct StoredKey {};
-
-namespace Impl {
-
-template <class K, class V, class KeyOf> struct MapNode { // key read from the value
-    V value_;
-    [[nodiscard]] K key() const noexcept { return KeyOf()(value_); }
-    [[nodiscard]] V const &value() const noexcept { return value_; }
-};
-template <class K, class V> struct MapNode<K, V, StoredKey> {
-    K key_;
-    V value_;
-    [[nodiscard]] K const &key() const noexcept { return key_; }
-    [[nodiscard]] V const &value() const noexcept { return value_; }
-};
-template <class K> struct MapNode<K, void, StoredKey> {
-    K key_;
-    [[nodiscard]] K const &key() const noexcept { return key_; }
-};
-
-/// Where the arrays of all maps are counted.
-NUVIO_EXPORT AllocTrackTypeInfo &hashMapArrays() noexcept;
-
-} // namespace Impl
 
 template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey> class HashMap2018 {
   public:
@@ -120,35 +69,48 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
     static_assert(std::is_nothrow_move_constructible_v<Node>, "entries move when neighbours come");
 
     /// `sizeHint`: entries to make room for at once.
-    explicit HashMap2018(std::uint32_t sizeHint = 0) {
-        if (sizeHint > 0) {
-            rebuild(homeBitsFor(sizeHint), minTail);
-        }
-    }
-    ~HashMap2018() { destroy(std::exchange(array_, nullptr)); }
+    explicit HashMap2018(std::uint32_t sizeHint = 0) { reserve(sizeHint); }
+    ~HashMap2018() { destroy(release()); }
     /// Not copyable, not movable: iterators and bookmarks belong to one map.
     HashMap2018(HashMap2018 const &) = delete;
     HashMap2018 &operator=(HashMap2018 const &) = delete;
 
     // Reads.
 
-    [[nodiscard]] std::uint32_t size() const noexcept { return size_; }
-    [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
+    [[nodiscard]] std::uint32_t size() const noexcept {
+        return isSmall() ? count_ & smallSizeMask : count_;
+    }
+    [[nodiscard]] bool empty() const noexcept { return size() == 0; }
     /// Home slots of the array; 0 before the first insertion.
     [[nodiscard]] std::uint32_t capacity() const noexcept { return array_ ? 1U << homeBits() : 0; }
     /// The modification stamp, 23 bits.
     [[nodiscard]] std::uint32_t stamp() const noexcept { return state_ >> 8 & 0x7fffff; }
 
     /// The entry of that key; null if there is none.
-    [[nodiscard]] Node const *lookupNodeG(View key) const noexcept {
-        return array_ ? find(hashOf(key), key) : nullptr;
+    [[nodiscard]] Node const *lookupNodeG(View key) const noexcept { return find(key); }
+    [[nodiscard]] bool memberHas(View key) const noexcept { return find(key) != nullptr; }
+
+    /// Have the cache lines fetched that a look-up of that key touches.
+    void prefetch(View key) const noexcept {
+        if (isTable()) {
+            table().prefetch(hashOf(key), homeBits());
+        } else {
+            __builtin_prefetch(array_);
+        }
     }
-    [[nodiscard]] bool memberHas(View key) const noexcept { return lookupNodeG(key) != nullptr; }
+    /// Have the first cache line of the array fetched: a small map is there.
+    void prefetch() const noexcept { __builtin_prefetch(array_); }
 
     // Mutators.
 
     /// Insert `node` unless its key is there already. Returns the entry, and whether it is new.
-    std::pair<Node *, bool> newMemberG(Node node);
+    std::pair<Node *, bool> newMemberG(Node node) {
+        auto &&key = node.key();
+        return newMemberG(Traits::view(key), [&node] { return std::move(node); });
+    }
+    /// The same for a node that `create()` makes only if the key is not there. It must not touch
+    /// the map; what it throws leaves the map as it was.
+    template <class Create> std::pair<Node *, bool> newMemberG(View key, Create create);
     /// Take the entry of that key out; empty if there is none.
     Optional<Node> deleteMemberG(View key);
     /// Give an entry of this map another value.
@@ -156,351 +118,303 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
         const_cast<Node &>(node).value_ = std::forward<U>(value);
         touch();
     }
+    /// Make room for so many entries in all.
+    void reserve(std::uint32_t entries) {
+        if (entries > size() && entries > capacityInEntries()) {
+            rebuild(homeBitsFor(entries));
+        }
+    }
     /// Drop all entries at once.
     void emptyAllBuckets() noexcept;
+    /// The same, but the entries of a large map are destroyed in later turns; for those whose end
+    /// nobody observes. See Reclaimer.h.
+    void emptyLater() noexcept;
     /// Delete entry by entry, each gone from the map before it is destroyed.
     void _memberDelAll();
 
     // Iteration.
 
     /// At the first entry.
-    [[nodiscard]] Iterator iterator() const noexcept { return Iterator(*this, 0); }
+    [[nodiscard]] Iterator iterator() const noexcept { return Iterator(*this, firstFrom(0)); }
     /// At the end marker.
-    [[nodiscard]] Iterator iteratorEnd() const noexcept { return Iterator(*this, slots()); }
+    [[nodiscard]] Iterator iteratorEnd() const noexcept { return Iterator(*this, places()); }
     /// At the entry of that key or, when it is gone, at the first one behind its place.
     [[nodiscard]] Iterator iteratorFrom(View key) const noexcept {
-        return Iterator(*this, array_ ? lowerBound(hashOf(key), key) : 0);
+        return Iterator(*this, lowerBound(key));
     }
 
-    [[nodiscard]] RangeIterator begin() const noexcept { return {*this, nextUsed(0)}; }
-    [[nodiscard]] RangeIterator end() const noexcept { return {*this, slots()}; }
+    [[nodiscard]] RangeIterator begin() const noexcept { return {*this, firstFrom(0)}; }
+    [[nodiscard]] RangeIterator end() const noexcept { return {*this, places()}; }
 
   private:
-    // The array: this header, one hash per slot and a sentinel, then the nodes. Hash 0 marks a free
-    // slot, the largest value is the sentinel, so that searches need no bound; real hashes are kept
-    // off both.
-    struct Array {
-        std::uint32_t slots;
-        [[nodiscard]] std::uint32_t *hashes() noexcept {
-            return reinterpret_cast<std::uint32_t *>(this + 1);
-        }
-        [[nodiscard]] Node *nodes() noexcept {
-            return reinterpret_cast<Node *>(reinterpret_cast<std::byte *>(this) +
-                                            nodesOffset(slots));
-        }
-    };
-    static constexpr std::uint32_t freeSlot = 0;
-    static constexpr std::uint32_t sentinel = ~0U;
-    static constexpr unsigned minHomeBits = 2;
-    /// Up to 2^3 slots the array has no gaps: every entry's home is slot 0.
-    static constexpr unsigned denseHomeBits = 3;
-    static constexpr std::uint32_t minTail = 32;
-    /// Slots that a search goes through one by one.
-    static constexpr std::uint32_t leapAfter = 16;
+    using Table = Impl::HashTable<Node, Traits>;
 
-    static constexpr std::size_t nodesOffset(std::uint32_t slotCount) noexcept {
-        std::size_t const hashesEnd =
-            sizeof(Array) + sizeof(std::uint32_t) * (std::size_t{slotCount} + 1);
-        return (hashesEnd + alignof(Node) - 1) / alignof(Node) * alignof(Node);
+    static constexpr unsigned minHomeBits = 2;
+    /// A small map has at most 2^3 entries.
+    static constexpr unsigned smallHomeBits = 3;
+    /// From 2^13 home slots on a map is large: to empty it takes a fraction of a millisecond.
+    static constexpr unsigned largeHomeBits = 13;
+    static constexpr bool mayBeSmall = std::is_same_v<KeyOf, StoredKey>;
+    static constexpr unsigned firstHomeBits =
+        mayBeSmall && sizeof(Node) <= 16 ? smallHomeBits : minHomeBits;
+
+    // The count word of a small map: bits 0-3 the entries, bit 4 set while the order of the walk is
+    // known, bits 8-31 that order: three bits each for the slots of the first to the last. Bits 5-7
+    // are the slot behind the one found last: keys are often looked up in the order in which they
+    // came.
+    static constexpr std::uint32_t smallSizeMask = 0xf;
+    static constexpr std::uint32_t orderKnown = 0x10;
+    static constexpr unsigned nextShift = 5;
+    static constexpr std::uint32_t nextMask = 0x7U << nextShift;
+    static constexpr std::uint32_t orderOfOne(std::uint32_t place, std::uint32_t slot) noexcept {
+        return slot << (8 + 3 * place);
     }
-    static constexpr std::size_t arrayBytes(std::uint32_t slotCount) noexcept {
-        return nodesOffset(slotCount) + sizeof(Node) * slotCount;
-    }
-    static constexpr std::uint32_t roomFor(unsigned bits) noexcept {
-        return bits <= denseHomeBits ? 1U << bits : (1U << bits) / 4 * 3;
-    }
+
     static constexpr unsigned homeBitsFor(std::uint32_t entries) noexcept {
-        unsigned bits = minHomeBits;
-        while (roomFor(bits) < entries) {
+        unsigned bits = firstHomeBits;
+        while (Table::roomFor(bits) < entries) {
             ++bits;
         }
         return bits;
     }
-
-    [[nodiscard]] unsigned homeBits() const noexcept { return state_ & 0xff; }
-    [[nodiscard]] std::uint32_t slots() const noexcept { return array_ ? array_->slots : 0; }
     [[nodiscard]] static std::uint32_t hashOf(View key) noexcept {
-        return std::clamp(Traits::hash(HashHelper::hashSeed32() ^ TypeConstant, key), freeSlot + 1,
-                          sentinel - 1);
+        return Table::storedHash(Traits::hash(HashHelper::hashSeed32() ^ TypeConstant, key));
     }
-    [[nodiscard]] static std::uint32_t home(std::uint32_t hash, unsigned bits) noexcept {
-        return bits <= denseHomeBits ? 0 : hash >> (32 - bits);
+    [[nodiscard]] unsigned homeBits() const noexcept { return state_ & 0xff; }
+    [[nodiscard]] std::uint32_t capacityInEntries() const noexcept {
+        return array_ ? Table::roomFor(homeBits()) : 0;
+    }
+    /// Also a map without array, if it may be small.
+    [[nodiscard]] bool isSmall() const noexcept {
+        return mayBeSmall && homeBits() <= smallHomeBits;
+    }
+    [[nodiscard]] Node *smallNodes() const noexcept { return static_cast<Node *>(array_); }
+    [[nodiscard]] Table &table() const noexcept { return *static_cast<Table *>(array_); }
+    [[nodiscard]] bool isTable() const noexcept {
+        return mayBeSmall ? homeBits() > smallHomeBits : array_ != nullptr;
     }
     void touch() noexcept { state_ = (state_ & ~0x7fffff00U) | ((state_ + 0x100) & 0x7fffff00U); }
+    void homeBitsIs(unsigned bits) noexcept { state_ = (state_ & ~0xffU) | bits; }
 
-    /// The first slot from the hash's home on that is free or holds no smaller hash.
-    [[nodiscard]] std::uint32_t firstNotBelow(std::uint32_t hash) const noexcept;
-    [[nodiscard]] Node *find(std::uint32_t hash, View key) const noexcept;
-    [[nodiscard]] std::uint32_t insertionPoint(std::uint32_t hash, View key) const noexcept;
-    [[nodiscard]] std::uint32_t lowerBound(std::uint32_t hash, View key) const noexcept {
-        return nextUsed(insertionPoint(hash, key));
-    }
-    /// Whether the entry of that key is in that slot.
-    [[nodiscard]] bool holds(std::uint32_t slot, std::uint32_t hash, View key) const noexcept {
-        return slot < slots() && array_->hashes()[slot] == hash &&
-               Traits::equal(Traits::view(array_->nodes()[slot].key()), key);
-    }
-    [[nodiscard]] std::uint32_t nextUsed(std::uint32_t slot) const noexcept {
-        if (array_) {
-            while (array_->hashes()[slot] == freeSlot) {
-                ++slot;
-            }
+    [[nodiscard]] Node *find(View key) const noexcept {
+        if (isTable()) {
+            return table().find(hashOf(key), key, homeBits());
         }
-        return slot;
+        return isSmall() ? smallFind(key) : nullptr;
     }
-    static void moveNode(Array *to, std::uint32_t toSlot, Array *from,
-                         std::uint32_t fromSlot) noexcept {
-        to->hashes()[toSlot] = from->hashes()[fromSlot];
-        Node *const source = from->nodes() + fromSlot;
-        std::construct_at(to->nodes() + toSlot, std::move(*source));
-        std::destroy_at(source);
-    }
-    static Array *newArray(std::uint32_t slotCount);
-    static void releaseArray(Array *array) noexcept;
-    static void destroy(Array *array) noexcept;
-    void rebuild(unsigned bits, std::uint32_t tail);
-
-    Array *array_ = nullptr;
-    std::uint32_t state_ = 0; ///< bits 0-7: log2 of the home slots; bits 8-30: stamp
-    std::uint32_t size_ = 0;
-};
-
-/// A resumable iterator: holds slot, hash and key of its entry and the map's stamp; while the stamp
-/// is unchanged a step costs no look-up. Copyable. The map must outlive it.
-template <class K, class V, std::uint32_t C, class KeyOf>
-class HashMap2018<K, V, C, KeyOf>::Iterator {
-  public:
-    /// Not at the end.
-    explicit operator bool() const noexcept { return slot_ != endSlot; }
-    /// Key of the entry; still that key after the entry was deleted. Requires: not at the end.
-    [[nodiscard]] K const &key() const noexcept {
-        checkValid();
-        return key_;
-    }
-    /// The entry itself, never a stale one: null after it was deleted. Valid until the map changes.
-    /// Requires: not at the end.
-    [[nodiscard]] Node const *node() noexcept {
-        checkValid();
-        if (stamp_ != map_->stamp()) {
-            std::uint32_t const slot = seek();
-            if (!standsOn(slot)) {
-                return nullptr;
-            }
-            settle(slot);
-        }
-        return map_->array_->nodes() + slot_;
-    }
-    /// Step to the next entry, past one that was deleted. Requires: not at the end.
-    void advance() noexcept {
-        checkValid();
-        std::uint32_t slot = slot_ + 1;
-        if (stamp_ != map_->stamp()) {
-            slot = seek();
-            slot += standsOn(slot) ? 1U : 0U;
-        }
-        moveTo(map_->nextUsed(slot));
-    }
-    /// Both at the end of, or at the same key of, one map.
-    friend bool operator==(Iterator const &a, Iterator const &b) noexcept {
-        return a.map_ == b.map_ && bool(a) == bool(b) &&
-               (!a || Traits::equal(Traits::view(a.key_), Traits::view(b.key_)));
-    }
-
-  private:
-    friend HashMap2018;
-    static constexpr std::uint32_t endSlot = ~0U;
-
-    Iterator(HashMap2018 const &map, std::uint32_t slot) noexcept : map_(&map) {
-        moveTo(map.nextUsed(slot));
-    }
-    void checkValid() const noexcept {
-        bool const iter_ = slot_ != endSlot;
-        NUVIO_ASSERT(iter_);
-    }
-    /// Slot of the first entry that is not before this one.
-    [[nodiscard]] std::uint32_t seek() const noexcept {
-        Nuvio::HTCnt::incCount(Nuvio::HTCnt::Counter::iteratorSought);
-        return map_->array_ ? map_->lowerBound(hash_, Traits::view(key_)) : 0;
-    }
-    [[nodiscard]] bool standsOn(std::uint32_t slot) const noexcept {
-        return map_->holds(slot, hash_, Traits::view(key_));
-    }
-    void settle(std::uint32_t slot) noexcept {
-        slot_ = slot;
-        stamp_ = map_->stamp();
-    }
-    void moveTo(std::uint32_t slot) noexcept {
-        if (slot >= map_->slots()) {
-            slot_ = endSlot;
-            return;
-        }
-        settle(slot);
-        hash_ = map_->array_->hashes()[slot];
-        key_ = map_->array_->nodes()[slot].key();
-    }
-
-    HashMap2018 const *map_;
-    std::uint32_t slot_ = endSlot;
-    std::uint32_t hash_ = 0;
-    std::uint32_t stamp_ = 0;
-    K key_{};
-};
-
-/// For range-for: yields `key` of a set, and the pair `[key, value]` of a map.
-template <class K, class V, std::uint32_t C, class KeyOf>
-class HashMap2018<K, V, C, KeyOf>::RangeIterator {
-  public:
-    decltype(auto) operator*() const noexcept {
-        checkUnchanged();
-        Node const &node = map_->array_->nodes()[slot_];
-        if constexpr (std::is_void_v<V>) {
-            return node.key();
-        } else {
-            return std::pair<decltype(node.key()), V const &>(node.key(), node.value());
-        }
-    }
-    RangeIterator &operator++() noexcept {
-        checkUnchanged();
-        slot_ = map_->nextUsed(slot_ + 1);
-        return *this;
-    }
-    friend bool operator==(RangeIterator const &a, RangeIterator const &b) noexcept {
-        return a.slot_ == b.slot_;
-    }
-
-  private:
-    friend HashMap2018;
-    RangeIterator(HashMap2018 const &map, std::uint32_t slot) noexcept
-        : map_(&map), slot_(slot), stamp_(map.stamp()) {}
-    void checkUnchanged() const noexcept {
-        NUVIO_DEBUG_ASSERT(stamp_ == map_->stamp(), "a range-for loop changed its map");
-    }
-
-    HashMap2018 const *map_;
-    std::uint32_t slot_;
-    [[maybe_unused]] std::uint32_t stamp_; ///< read by debug builds only
-};
-
-// The searches rest on this: an entry lies at or after its home slot, no slot between the two is
-// free, and entries are in order of (hash, key). So the first slot from a key's home on that is
-// free or not before the key is where the key is or belongs, and what is before the key in order
-// lies before that slot. And a slot behind the home that holds a smaller hash has only such slots
-// between: the search may leap. It does where runs are long, that is while a map is copied in
-// iteration order into a smaller one of its own type.
-
-template <class K, class V, std::uint32_t C, class KeyOf>
-std::uint32_t HashMap2018<K, V, C, KeyOf>::firstNotBelow(std::uint32_t hash) const noexcept {
-    std::uint32_t const *const all = array_->hashes();
-    auto const isBelow = [all, hash](std::uint32_t slot) {
-        return all[slot] != freeSlot && all[slot] < hash;
-    };
-    std::uint32_t slot = home(hash, homeBits());
-    for (std::uint32_t const near = slot + leapAfter; isBelow(slot); ++slot) {
-        if (slot == near) [[unlikely]] {
-            std::uint32_t leap = leapAfter;
-            while (leap < array_->slots - slot && isBelow(slot + leap)) {
-                slot += leap;
-                leap *= 2;
-            }
-            for (; leap != 0; leap /= 2) {
-                if (leap < array_->slots - slot && isBelow(slot + leap)) {
-                    slot += leap;
+    [[nodiscard]] Node *smallFind(View key) const noexcept {
+        Node *const nodes = smallNodes();
+        std::uint32_t const entries = count_ & smallSizeMask;
+        std::uint32_t slot = (count_ & nextMask) >> nextShift;
+        if (slot >= entries || !Traits::equal(Traits::view(nodes[slot].key()), key)) {
+            for (slot = 0;; ++slot) {
+                if (slot == entries) {
+                    return nullptr;
+                }
+                if (Traits::equal(Traits::view(nodes[slot].key()), key)) {
+                    break;
                 }
             }
         }
+        count_ = (count_ & ~nextMask) | ((slot + 1) << nextShift & nextMask);
+        return nodes + slot;
     }
-    return slot;
-}
+    /// Put an entry whose key is not there behind the others.
+    [[gnu::noinline]] Node *smallPut(Node &&node);
+    template <class Create> std::pair<Node *, bool> tableInsert(View key, Create &&create);
+    /// Put an entry whose key is not there where it belongs.
+    [[gnu::noinline]] Node *tablePut(std::uint32_t slot, std::uint32_t hash, Node &&node);
 
-template <class K, class V, std::uint32_t C, class KeyOf>
-auto HashMap2018<K, V, C, KeyOf>::find(std::uint32_t hash, View key) const noexcept -> Node * {
-    std::uint32_t const *const all = array_->hashes();
-    for (std::uint32_t slot = firstNotBelow(hash); all[slot] == hash; ++slot) {
-        Node *const node = array_->nodes() + slot;
-        if (Traits::equal(Traits::view(node->key()), key)) {
-            return node;
+    // Places: where an iterator stands. In a small map, which in the order of the walk; in a table,
+    // the slot.
+
+    /// The place behind the last.
+    [[nodiscard]] std::uint32_t places() const noexcept {
+        return isTable() ? table().slots() : size();
+    }
+    /// The first place from there on that has an entry. Finds the order of a small map.
+    [[nodiscard]] std::uint32_t firstFrom(std::uint32_t place) const noexcept {
+        if (isTable()) {
+            return table().nextUsed(place);
+        }
+        smallOrderFind();
+        return place;
+    }
+    [[nodiscard]] Node *nodeAt(std::uint32_t place) const noexcept {
+        return isTable() ? table().node(place) : smallNodes() + (count_ >> (8 + 3 * place) & 7);
+    }
+    /// Place of the first entry that is not before that key.
+    [[nodiscard]] std::uint32_t lowerBound(View key) const noexcept;
+    [[nodiscard]] bool standsOn(std::uint32_t place, View key) const noexcept {
+        return place < places() && Traits::equal(Traits::view(nodeAt(place)->key()), key);
+    }
+    void smallOrderFind() const noexcept {
+        if (isSmall() && (count_ & orderKnown) == 0) {
+            count_ = (count_ & (smallSizeMask | nextMask)) | orderKnown | smallOrder();
         }
     }
-    return nullptr;
+    [[nodiscard]] std::uint32_t smallOrder() const noexcept;
+
+    // The array as a whole.
+
+    /// What a map has when it lets go of its entries.
+    struct Released {
+        void *array;
+        unsigned homeBits;
+        std::uint32_t smallEntries;
+    };
+    /// Let go of all entries, so that an entry that looks at the map while it is destroyed finds
+    /// none.
+    [[nodiscard]] Released release() noexcept {
+        Released const released{array_, homeBits(), isSmall() ? size() : 0};
+        array_ = nullptr;
+        count_ = 0;
+        homeBitsIs(0);
+        return released;
+    }
+    static void destroy(Released released) noexcept;
+    class Discarded;
+    static constexpr std::size_t smallBytes(unsigned bits) noexcept { return sizeof(Node) << bits; }
+    [[gnu::cold, gnu::noinline]] void rebuild(unsigned bits);
+    void smallRebuild(unsigned bits);
+    [[gnu::cold, gnu::noinline]] void tableRebuild(unsigned bits, std::uint32_t tail);
+
+    void *array_ = nullptr;           ///< small: the nodes; table: a Table
+    std::uint32_t state_ = 0;         ///< bits 0-7: log2 of the home slots; bits 8-30: stamp
+    mutable std::uint32_t count_ = 0; ///< small: see smallSizeMask; table: entries
+};
+
+// Insertion and deletion.
+
+template <class K, class V, std::uint32_t C, class KeyOf>
+template <class Create>
+auto HashMap2018<K, V, C, KeyOf>::newMemberG(View key, Create create) -> std::pair<Node *, bool> {
+    if (!isSmall()) {
+        return tableInsert(key, create);
+    }
+    if (Node *const node = smallFind(key)) {
+        return {node, false};
+    }
+    return {smallPut(create()), true};
 }
 
 template <class K, class V, std::uint32_t C, class KeyOf>
-std::uint32_t HashMap2018<K, V, C, KeyOf>::insertionPoint(std::uint32_t hash,
-                                                          View key) const noexcept {
-    std::uint32_t const *const all = array_->hashes();
-    std::uint32_t slot = firstNotBelow(hash);
-    while (all[slot] == hash && Traits::before(Traits::view(array_->nodes()[slot].key()), key)) {
-        ++slot;
-    }
-    return slot;
-}
-
-template <class K, class V, std::uint32_t C, class KeyOf>
-auto HashMap2018<K, V, C, KeyOf>::newMemberG(Node node) -> std::pair<Node *, bool> {
-    K const key = node.key();
-    std::uint32_t const hash = hashOf(Traits::view(key));
-    std::uint32_t slot = array_ ? insertionPoint(hash, Traits::view(key)) : 0;
-    if (holds(slot, hash, Traits::view(key))) {
-        return {array_->nodes() + slot, false};
-    }
-    if (!array_ || size_ == roomFor(homeBits())) {
-        rebuild(homeBitsFor(size_ + 1), minTail);
-        slot = insertionPoint(hash, Traits::view(key));
-    }
-    std::uint32_t gap = slot;
-    while (array_->hashes()[gap] != freeSlot && gap < array_->slots) {
-        ++gap;
-    }
-    if (gap == array_->slots) { // the tail is full
-        rebuild(homeBits(), minTail + size_ / 2);
-        slot = insertionPoint(hash, Traits::view(key));
-        for (gap = slot; array_->hashes()[gap] != freeSlot;) {
-            ++gap;
+auto HashMap2018<K, V, C, KeyOf>::smallPut(Node &&node) -> Node * {
+    std::uint32_t const entries = count_ & smallSizeMask;
+    if (entries == capacityInEntries()) {
+        rebuild(homeBitsFor(entries + 1));
+        if (!isSmall()) {
+            auto &&key = node.key();
+            return tableInsert(Traits::view(key), [&node] { return std::move(node); }).first;
         }
     }
-    for (; gap != slot; --gap) {
-        moveNode(array_, gap, array_, gap - 1);
-    }
-    array_->hashes()[slot] = hash;
-    Node *const place = std::construct_at(array_->nodes() + slot, std::move(node));
-    ++size_;
+    count_ = entries + 1;
     touch();
-    return {place, true};
+    return std::construct_at(smallNodes() + entries, std::move(node));
+}
+
+template <class K, class V, std::uint32_t C, class KeyOf>
+template <class Create>
+auto HashMap2018<K, V, C, KeyOf>::tableInsert(View key, Create &&create)
+    -> std::pair<Node *, bool> {
+    std::uint32_t const hash = hashOf(key);
+    std::uint32_t slot = 0;
+    if (isTable()) {
+        auto const [place, isThere] = table().locate(hash, key, homeBits());
+        if (isThere) {
+            return {table().node(place), false};
+        }
+        slot = place;
+    }
+    return {tablePut(slot, hash, create()), true};
+}
+
+template <class K, class V, std::uint32_t C, class KeyOf>
+auto HashMap2018<K, V, C, KeyOf>::tablePut(std::uint32_t slot, std::uint32_t hash, Node &&node)
+    -> Node * {
+    auto const locateAgain = [this, hash, &node] {
+        auto &&key = node.key();
+        return table().locate(hash, Traits::view(key), homeBits()).first;
+    };
+    if (count_ == capacityInEntries()) {
+        rebuild(homeBitsFor(count_ + 1));
+        slot = locateAgain();
+    }
+    if (!table().open(slot)) {
+        tableRebuild(homeBits(), Table::tailOf(homeBits()) + count_ / 2);
+        slot = locateAgain();
+        [[maybe_unused]] bool const hasRoom = table().open(slot);
+    }
+    ++count_;
+    touch();
+    return table().put(slot, hash, std::move(node));
 }
 
 template <class K, class V, std::uint32_t C, class KeyOf>
 auto HashMap2018<K, V, C, KeyOf>::deleteMemberG(View key) -> Optional<Node> {
-    Node *const node = array_ ? find(hashOf(key), key) : nullptr;
+    Node *const node = find(key);
     if (!node) {
         return {};
     }
-    Optional<Node> taken(std::move(*node));
-    std::destroy_at(node);
-    auto slot = static_cast<std::uint32_t>(node - array_->nodes());
-    for (std::uint32_t next = slot + 1; next < array_->slots; slot = next++) {
-        std::uint32_t const hash = array_->hashes()[next];
-        if (hash == freeSlot || home(hash, homeBits()) == next) {
-            break;
-        }
-        moveNode(array_, slot, array_, next);
-    }
-    array_->hashes()[slot] = freeSlot;
-    --size_;
     touch();
+    if (!isSmall()) {
+        --count_;
+        return table().take(table().slotOf(node), homeBits());
+    }
+    Optional<Node> taken(std::move(*node));
+    count_ = (count_ & smallSizeMask) - 1;
+    Node *const last = smallNodes() + count_;
+    if (node != last) {
+        *node = std::move(*last);
+    }
+    std::destroy_at(last);
     return taken;
 }
 
 template <class K, class V, std::uint32_t C, class KeyOf>
 void HashMap2018<K, V, C, KeyOf>::emptyAllBuckets() noexcept {
-    if (size_ == 0) {
+    if (!empty()) {
+        touch();
+    }
+    destroy(release());
+}
+
+/// The table of a large map that was emptied, taken apart from its first slot on.
+template <class K, class V, std::uint32_t C, class KeyOf>
+class HashMap2018<K, V, C, KeyOf>::Discarded final : public Reclaimer::Discarded {
+  public:
+    explicit Discarded(Table &table) noexcept : table_(table) {}
+    ~Discarded() override { table_.release(); }
+    bool step() noexcept override {
+        std::uint32_t const end = std::min(slot_ + slotsPerStep, table_.slots());
+        table_.destroyFrom(slot_, end);
+        slot_ = end;
+        return slot_ != table_.slots();
+    }
+
+  private:
+    static constexpr std::uint32_t slotsPerStep = 32;
+    Table &table_;
+    std::uint32_t slot_ = 0;
+};
+
+template <class K, class V, std::uint32_t C, class KeyOf>
+void HashMap2018<K, V, C, KeyOf>::emptyLater() noexcept {
+    if (!isTable() || homeBits() < largeHomeBits) {
+        emptyAllBuckets();
         return;
     }
-    // Out first: an entry's destructor may look at the map.
-    Array *const old = std::exchange(array_, nullptr);
-    state_ &= ~0xffU;
-    size_ = 0;
-    touch();
-    destroy(old);
+    Table &table = this->table();
+    try {
+        auto discarded = std::make_unique<Discarded>(table);
+        if (!empty()) {
+            touch();
+        }
+        static_cast<void>(release());
+        Reclaimer::take(std::move(discarded));
+    } catch (std::bad_alloc const &) {
+        emptyAllBuckets();
+    }
 }
 
 template <class K, class V, std::uint32_t C, class KeyOf>
@@ -510,59 +424,120 @@ void HashMap2018<K, V, C, KeyOf>::_memberDelAll() {
     }
 }
 
-template <class K, class V, std::uint32_t C, class KeyOf>
-auto HashMap2018<K, V, C, KeyOf>::newArray(std::uint32_t slotCount) -> Array * {
-    std::size_t const bytes = arrayBytes(slotCount);
-    auto *const array = static_cast<Array *>(Pool::allocate(bytes));
-    Impl::hashMapArrays().trackArray(bytes);
-    array->slots = slotCount;
-    std::memset(array->hashes(), 0, sizeof(std::uint32_t) * slotCount);
-    array->hashes()[slotCount] = sentinel;
-    return array;
-}
+// Order.
 
 template <class K, class V, std::uint32_t C, class KeyOf>
-void HashMap2018<K, V, C, KeyOf>::releaseArray(Array *array) noexcept {
-    std::size_t const bytes = arrayBytes(array->slots);
-    Impl::hashMapArrays().untrackArray(bytes);
-    Pool::release(array, bytes);
-}
-
-template <class K, class V, std::uint32_t C, class KeyOf>
-void HashMap2018<K, V, C, KeyOf>::destroy(Array *array) noexcept {
-    if (!array) {
-        return;
-    }
-    for (std::uint32_t slot = 0; slot < array->slots; ++slot) {
-        if (array->hashes()[slot] != freeSlot) {
-            std::destroy_at(array->nodes() + slot);
+std::uint32_t HashMap2018<K, V, C, KeyOf>::smallOrder() const noexcept {
+    std::uint32_t const entries = size();
+    std::array<std::uint32_t, 1U << smallHomeBits>
+        hashes; // NOLINT: only `entries` of them are used
+    std::array<std::uint32_t, 1U << smallHomeBits> place{};
+    for (std::uint32_t i = 0; i < entries; ++i) {
+        View const key = Traits::view(smallNodes()[i].key());
+        hashes[i] = hashOf(key);
+        for (std::uint32_t j = 0; j < i; ++j) {
+            bool const isBefore = hashes[j] != hashes[i]
+                                      ? hashes[j] < hashes[i]
+                                      : Traits::before(Traits::view(smallNodes()[j].key()), key);
+            ++place[isBefore ? i : j];
         }
     }
-    releaseArray(array);
+    std::uint32_t order = 0;
+    for (std::uint32_t i = 0; i < entries; ++i) {
+        order |= orderOfOne(place[i], i);
+    }
+    return order;
 }
 
 template <class K, class V, std::uint32_t C, class KeyOf>
-void HashMap2018<K, V, C, KeyOf>::rebuild(unsigned bits, std::uint32_t tail) {
-    // The entries are in order, so each goes to its home or right behind the one before it. The
-    // first pass finds how far they reach.
-    std::uint32_t reach = 0;
-    for (std::uint32_t slot = nextUsed(0); slot < slots(); slot = nextUsed(slot + 1)) {
-        reach = std::max(reach, home(array_->hashes()[slot], bits)) + 1;
+std::uint32_t HashMap2018<K, V, C, KeyOf>::lowerBound(View key) const noexcept {
+    std::uint32_t const hash = hashOf(key);
+    if (isTable()) {
+        return table().nextUsed(table().locate(hash, key, homeBits()).first);
     }
-    std::uint32_t const slotCount =
-        bits <= denseHomeBits ? 1U << bits : std::max(reach, 1U << bits) + tail;
-    Array *const bigger = newArray(slotCount);
+    smallOrderFind();
+    std::uint32_t place = 0;
+    for (; place < places(); ++place) {
+        auto &&other = nodeAt(place)->key();
+        std::uint32_t const otherHash = hashOf(Traits::view(other));
+        if (otherHash != hash ? otherHash > hash : !Traits::before(Traits::view(other), key)) {
+            break;
+        }
+    }
+    return place;
+}
+
+// The array as a whole.
+
+template <class K, class V, std::uint32_t C, class KeyOf>
+void HashMap2018<K, V, C, KeyOf>::destroy(Released released) noexcept {
+    if (!released.array) {
+        return;
+    }
+    if (!mayBeSmall || released.homeBits > smallHomeBits) {
+        static_cast<Table *>(released.array)->destroy();
+        return;
+    }
+    std::destroy_n(static_cast<Node *>(released.array), released.smallEntries);
+    Impl::mapArrayDelete(released.array, smallBytes(released.homeBits));
+}
+
+template <class K, class V, std::uint32_t C, class KeyOf>
+void HashMap2018<K, V, C, KeyOf>::rebuild(unsigned bits) {
+    if (mayBeSmall && bits <= smallHomeBits) {
+        smallRebuild(bits);
+    } else {
+        tableRebuild(bits, Table::tailOf(bits));
+    }
+}
+
+template <class K, class V, std::uint32_t C, class KeyOf>
+void HashMap2018<K, V, C, KeyOf>::smallRebuild(unsigned bits) {
+    auto *const bigger = static_cast<Node *>(Impl::mapArrayNew(smallBytes(bits)));
+    if (array_) {
+        Nuvio::HTCnt::incCount(Nuvio::HTCnt::Counter::rehash);
+        std::uninitialized_move_n(smallNodes(), size(), bigger);
+        std::destroy_n(smallNodes(), size());
+        Impl::mapArrayDelete(array_, smallBytes(homeBits()));
+    }
+    array_ = bigger;
+    homeBitsIs(bits);
+}
+
+/// The entries are taken in order, so each goes to its home or right behind the one before it. The
+/// first pass finds how far they reach.
+template <class K, class V, std::uint32_t C, class KeyOf>
+void HashMap2018<K, V, C, KeyOf>::tableRebuild(unsigned bits, std::uint32_t tail) {
+    auto const hashAt = [this](std::uint32_t place) {
+        return isTable() ? table().hash(place) : hashOf(Traits::view(nodeAt(place)->key()));
+    };
+    std::uint32_t reach = 0;
+    for (std::uint32_t place = firstFrom(0); place < places(); place = firstFrom(place + 1)) {
+        reach = std::max(reach, Table::home(hashAt(place), bits)) + 1;
+    }
+    Table &bigger = *Table::make(std::max(reach, 1U << bits) + tail);
+    std::uint32_t const entries = size();
     std::uint32_t to = 0;
-    for (std::uint32_t slot = nextUsed(0); slot < slots(); slot = nextUsed(slot + 1)) {
-        to = std::max(to, home(array_->hashes()[slot], bits));
-        moveNode(bigger, to++, array_, slot);
+    for (std::uint32_t place = firstFrom(0); place < places(); place = firstFrom(place + 1)) {
+        std::uint32_t const hash = hashAt(place);
+        to = std::max(to, Table::home(hash, bits));
+        Node *const node = nodeAt(place);
+        bigger.put(to++, hash, std::move(*node));
+        std::destroy_at(node);
     }
     if (array_) {
         Nuvio::HTCnt::incCount(Nuvio::HTCnt::Counter::rehash);
-        releaseArray(array_);
+        if (isTable()) {
+            table().release();
+        } else {
+            Impl::mapArrayDelete(array_, smallBytes(homeBits()));
+        }
     }
-    array_ = bigger;
-    state_ = (state_ & ~0xffU) | bits;
+    array_ = &bigger;
+    count_ = entries;
+    homeBitsIs(bits);
 }
 
 } // namespace Qor
+
+#include "platform/Qor/HashMapIterators.h"

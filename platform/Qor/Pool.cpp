@@ -1,12 +1,16 @@
 #include "platform/Qor/Pool.h"
 
 #include "platform/Nuvio/Assert.h"
-#include "platform/Qor/PtrInterface.h"
+#include "platform/Qor/Reclaimer.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstdlib>
+#include <cstring>
 #include <mutex>
 #include <new>
+#include <utility>
 
 #if defined(__SANITIZE_ADDRESS__)
 #define QOR_POOL_STEPS_ASIDE 1
@@ -19,27 +23,17 @@
 namespace Qor {
 namespace {
 
-constexpr std::size_t granule = 16;
-constexpr std::size_t slabBytes = std::size_t{64} * 1024;
-
 #ifdef QOR_POOL_STEPS_ASIDE
 constexpr bool pooling = false;
 #else
 constexpr bool pooling = true;
 #endif
 
-struct FreeBlock {
-    FreeBlock *next;
-};
+constexpr std::size_t cacheLine = 64;
+constexpr std::size_t slabBytes = std::size_t{64} * 1024;
+constexpr std::size_t regionBytes = slabBytes;
+static_assert(regionBytes >= Pool::maxKept);
 
-/// Free list of one block size; `fresh` to `end` is what its newest slab has left.
-struct SizeClass {
-    FreeBlock *freed = nullptr;
-    std::byte *fresh = nullptr;
-    std::byte *end = nullptr;
-};
-
-std::array<SizeClass, Pool::maxPooled / granule> classes;
 std::int64_t failCountdown = -1;
 
 std::mutex &mutex() {
@@ -53,22 +47,64 @@ std::unique_lock<std::mutex> lockIfShared() {
                                                : std::unique_lock<std::mutex>();
 }
 
-std::size_t classOf(std::size_t size) noexcept {
-    return (std::max<std::size_t>(size, 1) - 1) / granule;
+/// The memory that slabs and the larger kept blocks are cut from, in the order in which they come.
+class Regions {
+  public:
+    std::byte *take(std::size_t bytes) {
+        if (static_cast<std::size_t>(end_ - fresh_) < bytes) {
+            fresh_ =
+                static_cast<std::byte *>(::operator new(regionBytes, std::align_val_t(cacheLine)));
+            end_ = fresh_ + regionBytes;
+        }
+        return std::exchange(fresh_, fresh_ + bytes);
+    }
+
+  private:
+    std::byte *fresh_ = nullptr;
+    std::byte *end_ = nullptr;
+};
+
+Regions regions;
+
+// Blocks above Pool::maxPooled that are kept: eight classes a doubling.
+
+constexpr unsigned stepsPerDoubling = 8;
+constexpr unsigned firstKeptBits = std::bit_width(Pool::maxPooled) - 1;
+
+struct KeptClass {
+    std::size_t index;
+    std::size_t blockBytes;
+};
+
+constexpr KeptClass keptClassOf(std::size_t size) noexcept {
+    auto const doubling = static_cast<unsigned>(std::bit_width(size - 1)) - 1;
+    std::size_t const step = (std::size_t{1} << doubling) / stepsPerDoubling;
+    std::size_t const steps = (size - 1) / step + 1; // 9 to 16
+    return {(doubling - firstKeptBits) * stepsPerDoubling + steps - stepsPerDoubling - 1,
+            steps * step};
+}
+constexpr std::size_t keptClasses = keptClassOf(Pool::maxKept).index + 1;
+static_assert(keptClassOf(Pool::maxPooled + 1).index == 0);
+
+struct KeptBlock {
+    KeptBlock *next;
+};
+std::array<KeptBlock *, keptClasses> kept;
+
+void *orThrow(void *block) {
+    if (!block) {
+        throw std::bad_alloc();
+    }
+    return block;
 }
 
-void *pooledBlock(std::size_t index) {
-    SizeClass &sizes = classes[index];
-    if (FreeBlock *const block = sizes.freed) {
-        sizes.freed = block->next;
+void *allocateKept(std::size_t size) {
+    auto const [index, blockBytes] = keptClassOf(size);
+    if (KeptBlock *const block = kept[index]) {
+        kept[index] = block->next;
         return block;
     }
-    std::size_t const size = (index + 1) * granule;
-    if (static_cast<std::size_t>(sizes.end - sizes.fresh) < size) {
-        sizes.fresh = static_cast<std::byte *>(::operator new(slabBytes));
-        sizes.end = sizes.fresh + slabBytes;
-    }
-    return std::exchange(sizes.fresh, sizes.fresh + size);
+    return regions.take(blockBytes);
 }
 
 std::vector<AllocTrackTypeInfo const *> &trackedTypes() {
@@ -78,29 +114,67 @@ std::vector<AllocTrackTypeInfo const *> &trackedTypes() {
 
 } // namespace
 
-void *Pool::allocate(std::size_t size) {
+constinit std::array<Pool::SizeClass, Pool::maxPooled / Pool::granule> Pool::small_{};
+constinit bool Pool::isPlain_ = pooling;
+
+void Pool::failIfAsked() {
     if (failCountdown >= 0 && failCountdown-- == 0) [[unlikely]] {
+        isPlain_ = pooling;
         throw std::bad_alloc();
     }
-    if (!pooling || size > maxPooled) {
-        return ::operator new(size);
-    }
-    auto const lock = lockIfShared();
-    return pooledBlock(classOf(size));
 }
 
-void Pool::release(void *block, std::size_t size) noexcept {
-    if (!pooling || size > maxPooled) {
-        ::operator delete(block);
+void *Pool::allocateAnyhow(std::size_t size) {
+    failIfAsked();
+    if (!pooling || size > maxKept) {
+        return orThrow(std::malloc(size));
+    }
+    auto const lock = lockIfShared();
+    if (size > maxPooled) {
+        return allocateKept(size);
+    }
+    std::size_t const index = smallClassOf(size);
+    return allocateSmall(small_[index], (index + 1) * granule);
+}
+
+void *Pool::allocateZeroed(std::size_t size) {
+    if (size <= maxKept) {
+        return std::memset(allocate(size), 0, size);
+    }
+    failIfAsked();
+    return orThrow(std::calloc(1, size));
+}
+
+void *Pool::allocateSmall(SizeClass &sizes, std::size_t blockBytes) {
+    if (FreeBlock *const block = sizes.freed) {
+        sizes.freed = block->next;
+        return block;
+    }
+    if (static_cast<std::size_t>(sizes.end - sizes.fresh) < blockBytes) {
+        sizes.fresh = regions.take(slabBytes);
+        sizes.end = sizes.fresh + slabBytes;
+    }
+    return std::exchange(sizes.fresh, sizes.fresh + blockBytes);
+}
+
+void Pool::releaseAnyhow(void *block, std::size_t size) noexcept {
+    if (!pooling || size > maxKept) {
+        std::free(block);
         return;
     }
     auto const lock = lockIfShared();
-    SizeClass &sizes = classes[classOf(size)];
-    sizes.freed = new (block) FreeBlock{sizes.freed};
+    if (size > maxPooled) {
+        KeptBlock *&first = kept[keptClassOf(size).index];
+        first = new (block) KeptBlock{first};
+    } else {
+        FreeBlock *&freed = small_[smallClassOf(size)].freed;
+        freed = new (block) FreeBlock{freed};
+    }
 }
 
 void Pool::failAfterForTest(std::int64_t count) noexcept {
     failCountdown = count;
+    isPlain_ = pooling && count < 0;
 }
 
 AllocTrackTypeInfo::AllocTrackTypeInfo(std::string_view typeName) : name_(typeName) {
@@ -108,18 +182,14 @@ AllocTrackTypeInfo::AllocTrackTypeInfo(std::string_view typeName) : name_(typeNa
     trackedTypes().push_back(this);
 }
 
-void AllocTrackTypeInfo::track(std::uint64_t &count, std::size_t bytes) noexcept {
+void AllocTrackTypeInfo::trackLocked(std::uint64_t &count, std::size_t bytes) noexcept {
     auto const lock = lockIfShared();
-    ++count;
-    bytes_ += bytes;
-    peakBytes_ = std::max(peakBytes_, bytes_);
+    counted(count, bytes);
 }
 
-void AllocTrackTypeInfo::untrack(std::uint64_t &count, std::size_t bytes) noexcept {
+void AllocTrackTypeInfo::untrackLocked(std::uint64_t &count, std::size_t bytes) noexcept {
     auto const lock = lockIfShared();
-    NUVIO_DEBUG_ASSERT(count > 0 && bytes_ >= bytes, "type={}", name_);
-    --count;
-    bytes_ -= bytes;
+    uncounted(count, bytes);
 }
 
 std::uint64_t AllocTrackTypeInfo::read(std::uint64_t const &count) noexcept {
@@ -128,6 +198,7 @@ std::uint64_t AllocTrackTypeInfo::read(std::uint64_t const &count) noexcept {
 }
 
 std::vector<CensusLine> census() {
+    Reclaimer::drain();
     auto const lock = lockIfShared();
     std::vector<CensusLine> lines;
     for (AllocTrackTypeInfo const *type : trackedTypes()) {

@@ -1,10 +1,11 @@
 // Pool allocator, and the tracking of what is allocated per type.
 //
-// Pool hands out blocks by size: classes of 16 bytes up to Pool::maxPooled, cut from slabs and kept
-// in free lists; a larger block comes from operator new. A slab is never given back, so memory that
-// one burst needed is there for the next. Under AddressSanitizer the pool steps aside, so that use
-// after free is found. Nothing is locked unless VFPtrInterface::threadSafePointers_ is on: a last
-// release may then happen on any thread.
+// Pool hands out blocks by size and keeps what comes back in one free list per size class: 16 bytes
+// apart up to Pool::maxPooled, eight classes a doubling from there to Pool::maxKept; a larger block
+// comes from malloc. Memory that was cut into blocks is never given back, so what one burst
+// needed is there for the next. Under AddressSanitizer the pool steps aside, so that use after free
+// is found. Nothing is locked unless VFPtrInterface::threadSafePointers_ is on: a last release may
+// then happen on any thread.
 //
 // Each type derives from PoolAllocated<itself> and has a `qorTypeName`; its objects are then pooled
 // and counted in an AllocTrackTypeInfo. census() lists them all: a test asserts that it returns to
@@ -16,7 +17,10 @@
 #pragma once
 
 #include "platform/Nuvio/Export.h"
+#include "platform/Qor/PtrInterface.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -26,17 +30,63 @@ namespace Qor {
 
 class NUVIO_EXPORT Pool {
   public:
-    /// Largest block that comes from a slab, in bytes.
+    /// Largest block that is cut from a slab of its size, in bytes.
     static constexpr std::size_t maxPooled = 512;
+    /// Largest block that is kept for the next of its size when it is released, in bytes.
+    static constexpr std::size_t maxKept = std::size_t{32} * 1024;
 
-    /// A block of at least `size` bytes, aligned for any type. Throws std::bad_alloc.
-    [[nodiscard]] static void *allocate(std::size_t size);
+    /// A block of at least `size` bytes, aligned for any type; one of a whole number of cache lines
+    /// up to maxPooled starts at one. Throws std::bad_alloc.
+    [[nodiscard]] static void *allocate(std::size_t size) {
+        if (size <= maxPooled && isPlain()) [[likely]] {
+            if (FreeBlock *&freed = small_[smallClassOf(size)].freed) [[likely]] {
+                FreeBlock *const block = freed;
+                freed = block->next;
+                return block;
+            }
+        }
+        return allocateAnyhow(size);
+    }
+    /// A block of zeros. A large one comes untouched from the system: its pages are not there until
+    /// they are written. Throws std::bad_alloc.
+    [[nodiscard]] static void *allocateZeroed(std::size_t size);
     /// Give back a block; `size` is what it was allocated with.
-    static void release(void *block, std::size_t size) noexcept;
+    static void release(void *block, std::size_t size) noexcept {
+        if (size <= maxPooled && isPlain()) [[likely]] {
+            FreeBlock *&freed = small_[smallClassOf(size)].freed;
+            freed = new (block) FreeBlock{freed};
+            return;
+        }
+        releaseAnyhow(block, size);
+    }
 
     /// Let the allocation after the next `count` ones throw std::bad_alloc, once; a negative count
     /// switches it off.
     static void failAfterForTest(std::int64_t count) noexcept;
+
+  private:
+    static constexpr std::size_t granule = 16;
+    struct FreeBlock {
+        FreeBlock *next;
+    };
+    /// Blocks of one size: those given back, and what the newest slab has left.
+    struct SizeClass {
+        FreeBlock *freed;
+        std::byte *fresh;
+        std::byte *end;
+    };
+
+    static constexpr std::size_t smallClassOf(std::size_t size) noexcept {
+        return (std::max<std::size_t>(size, 1) - 1) / granule;
+    }
+    static bool isPlain() noexcept { return isPlain_ && !VFPtrInterface::threadSafePointers_; }
+    static void failIfAsked();
+    [[nodiscard]] static void *allocateAnyhow(std::size_t size);
+    [[nodiscard]] static void *allocateSmall(SizeClass &sizes, std::size_t blockBytes);
+    static void releaseAnyhow(void *block, std::size_t size) noexcept;
+
+    static std::array<SizeClass, maxPooled / granule> small_;
+    static bool isPlain_; ///< it pools, and no failure is asked for
 };
 
 /// One line of the census.
@@ -73,8 +123,32 @@ class NUVIO_EXPORT AllocTrackTypeInfo {
 
   private:
     friend std::vector<CensusLine> census();
-    void track(std::uint64_t &count, std::size_t bytes) noexcept;
-    void untrack(std::uint64_t &count, std::size_t bytes) noexcept;
+    void track(std::uint64_t &count, std::size_t bytes) noexcept {
+        if (VFPtrInterface::threadSafePointers_) [[unlikely]] {
+            trackLocked(count, bytes);
+        } else {
+            counted(count, bytes);
+        }
+    }
+    void untrack(std::uint64_t &count, std::size_t bytes) noexcept {
+        if (VFPtrInterface::threadSafePointers_) [[unlikely]] {
+            untrackLocked(count, bytes);
+        } else {
+            uncounted(count, bytes);
+        }
+    }
+    void counted(std::uint64_t &count, std::size_t bytes) noexcept {
+        ++count;
+        bytes_ += bytes;
+        peakBytes_ = std::max(peakBytes_, bytes_);
+    }
+    void uncounted(std::uint64_t &count, std::size_t bytes) noexcept {
+        NUVIO_DEBUG_ASSERT(count > 0 && bytes_ >= bytes, "type={}", name_);
+        --count;
+        bytes_ -= bytes;
+    }
+    void trackLocked(std::uint64_t &count, std::size_t bytes) noexcept;
+    void untrackLocked(std::uint64_t &count, std::size_t bytes) noexcept;
     [[nodiscard]] static std::uint64_t read(std::uint64_t const &count) noexcept;
 
     std::string_view name_;

@@ -75,10 +75,9 @@ class NUVIO_EXPORT InputStateMachine : public Qor::PtrInterface {
 };
 
 /// Marks a machine as handling a change notice, as long as it lives.
-class NUVIO_EXPORT InReactor {
+template <class Machine> class InReactor {
   public:
-    explicit InReactor(InputStateMachine &machine) noexcept
-        : machine_(machine), outer_(machine.inReactor()) {
+    explicit InReactor(Machine &machine) noexcept : machine_(machine), outer_(machine.inReactor()) {
         machine_.inReactorIs(true);
     }
     ~InReactor() { machine_.inReactorIs(outer_); }
@@ -86,7 +85,7 @@ class NUVIO_EXPORT InReactor {
     InReactor &operator=(InReactor const &) = delete;
 
   private:
-    InputStateMachine &machine_;
+    Machine &machine_;
     bool outer_; ///< a notice inside a notice leaves the outer one's mark
 };
 

@@ -12,22 +12,6 @@ constexpr Qor::Module module{"VlanSubIntfConfigDir", types};
 
 } // namespace
 
-void VlanSubIntf::lagPhyIntfIs(Iftel::IntfId member) {
-    keyIs(lagPhyIntf_, lagPhyIntfAttribute, member);
-}
-
-void VlanSubIntf::lagPhyIntfDel(Iftel::IntfId member) {
-    memberDel(lagPhyIntf_, lagPhyIntfAttribute, member);
-}
-
-void VlanSubIntf::tagOnEgressIs(bool tag) {
-    attributeIs(tagOnEgress_, tagOnEgressAttribute, tag);
-}
-
-void VlanSubIntf::allowedTrafficDirectionIs(Bridging::AllowedTrafficDirection direction) {
-    attributeIs(allowedTrafficDirection_, allowedTrafficDirectionAttribute, direction);
-}
-
 std::span<Qor::Attribute const> VlanSubIntf::qorAttributes() noexcept {
     static constexpr Qor::Attribute table[] = {
         Qor::collection<&VlanSubIntf::lagPhyIntf_>(lagPhyIntfAttribute, "lagPhyIntf"),
@@ -41,17 +25,10 @@ Qor::FwkType VlanSubIntf::fwkType() const noexcept {
     return {&module, 2};
 }
 
-Qor::Optional<Qor::Ptr<VlanSubIntf>> VlanSubIntfConfig::intf(Iftel::IntfId id) const {
-    auto const *const node = intf_.lookupNodeG(id);
-    return node ? Qor::Optional(node->value()) : std::nullopt;
-}
-
-Qor::Ptr<VlanSubIntf> VlanSubIntfConfig::intfIs(Iftel::IntfId id) {
-    return memberIs(intf_, intfAttribute, id, [id] { return Qor::make<VlanSubIntf>(id); });
-}
-
-void VlanSubIntfConfig::intfDel(Iftel::IntfId id) {
-    memberDel(intf_, intfAttribute, id);
+VlanSubIntfConfig::~VlanSubIntfConfig() {
+    for (auto const &[id, vlanSubIntf] : intf_) {
+        vlanSubIntf->config_ = nullptr; // it may live on
+    }
 }
 
 std::span<Qor::Attribute const> VlanSubIntfConfig::qorAttributes() noexcept {
@@ -68,18 +45,9 @@ Qor::Ptr<VlanSubIntfConfigDir> VlanSubIntfConfigDir::VlanSubIntfConfigDirIs() {
     return Qor::make<VlanSubIntfConfigDir>();
 }
 
-Qor::Optional<Qor::Ptr<VlanSubIntfConfig>> VlanSubIntfConfigDir::config(Bridging::VlanId id) const {
-    auto const *const node = config_.lookupNodeG(id);
-    return node ? Qor::Optional(node->value()) : std::nullopt;
-}
-
-Qor::Ptr<VlanSubIntfConfig> VlanSubIntfConfigDir::configIs(Bridging::VlanId id) {
-    return memberIs(config_, configAttribute, id,
-                    [id] { return Qor::make<VlanSubIntfConfig>(id); });
-}
-
 void VlanSubIntfConfigDir::configDel(Bridging::VlanId id) {
-    memberDel(config_, configAttribute, id);
+    memberDel(config_, configAttribute, id,
+              [](ConfigMap::Node const &removed) { removed.value()->inDirectory_ = false; });
 }
 
 std::span<Qor::Attribute const> VlanSubIntfConfigDir::qorAttributes() noexcept {

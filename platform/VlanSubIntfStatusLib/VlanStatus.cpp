@@ -17,8 +17,15 @@ std::ostream &operator<<(std::ostream &out, VidIntf const &pair) {
     return out << "intfId=" << pair.intfId << " vlanId=" << pair.vlanId;
 }
 
-void VlanStatus::intfToVlanMapIs(VidIntf const &pair) {
-    keyIs(intfToVlanMap_, intfToVlanMapAttribute, pair);
+void VlanStatus::intfToVlanMapIs(VidIntf const &pair, Entry const &entry) {
+    using Node = VidIntfSet::Node;
+    auto const [node, isNew] = intfToVlanMap_.newMemberG(pair, [&] { return Node{pair, entry}; });
+    if (isNew) {
+        VidIntf const key = pair;
+        publishChange(intfToVlanMapAttribute, &key);
+    } else if (!(node->beside_ == entry)) {
+        node->beside_ = entry;
+    }
 }
 
 void VlanStatus::intfToVlanMapDel(VidIntf const &pair) {

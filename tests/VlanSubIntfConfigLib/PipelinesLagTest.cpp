@@ -157,6 +157,42 @@ TEST_F(PipelinesLag, AChangedConfigurationAddsTheMemberAgainWhichChangesNothing)
     EXPECT_THAT(heard(), ElementsAreArray(expected));
 }
 
+// Which entry a pair stands for.
+
+TEST_F(PipelinesLag, APairThatWasWrittenWithoutItsEntryFindsItInTheDirectory) {
+    member(100, "PortChannel10.100", {true, both});
+    startReady();
+    auto const status = machine->localAttrStore()->lagVlanStatus(id("PortChannel10"))->value();
+    status->intfToVlanMapIs({id("PortChannel10.100"), VlanId(100)});
+    EXPECT_EQ((*status->intfToVlanMap().iterator().node()).beside(), nullptr);
+    joined("PortChannel10", "Ethernet1");
+    EXPECT_EQ(output(), (Output{{100, {{"PortChannel10.100", {true, both, {"Ethernet1"}}}}}}));
+    left("PortChannel10", "Ethernet1");
+    EXPECT_EQ(output(), (Output{{100, {{"PortChannel10.100", {true, both, {}}}}}}));
+}
+
+TEST_F(PipelinesLag, AMemberJoinsTheEntryOfASubinterfaceThatReturnedAndNotItsFormerOne) {
+    member(100, "PortChannel10.100", {true, both});
+    startReady();
+    auto const former =
+        (*dir->config(VlanId(100)))->intf().lookupNodeG(id("PortChannel10.100"))->value();
+    memberDel(100, "PortChannel10.100");
+    EXPECT_EQ(former->refCount(), 1U) << "nothing of the machine's holds an entry that is gone";
+    member(100, "PortChannel10.100", {true, both});
+    joined("PortChannel10", "Ethernet1");
+    EXPECT_EQ(output(), (Output{{100, {{"PortChannel10.100", {true, both, {"Ethernet1"}}}}}}));
+    EXPECT_TRUE(former->lagPhyIntf().empty());
+}
+
+TEST_F(PipelinesLag, AMemberJoinsTheEntryThatTheDirectoryHasNow) {
+    member(100, "PortChannel10.100", {true, both});
+    startReady();
+    dir->configDel(VlanId(100)); // by another hand than the machine's
+    dir->configIs(VlanId(100))->intfIs(id("PortChannel10.100"));
+    joined("PortChannel10", "Ethernet1");
+    EXPECT_EQ(output(), (Output{{100, {{"PortChannel10.100", {false, none, {"Ethernet1"}}}}}}));
+}
+
 TEST_F(PipelinesLag, ASubinterfaceThatComesLaterGetsTheMembersThatWereThere) {
     startReady();
     lagMember("PortChannel10", "Ethernet1");

@@ -128,6 +128,62 @@ TEST_F(SeenTracking, DeletingAllCollectionsDropsThem) {
     EXPECT_EQ(subIntf_->refCount(), 1U);
 }
 
+TEST_F(SeenTracking, EachSubinterfaceHasItsOwnCollectionInWhateverOrderTheyAreAskedFor) {
+    auto const other = Qor::make<VlanSubIntf>(id("PortChannel10.101"));
+    auto const ask = [this](Qor::Ptr<VlanSubIntf> const &subIntf) {
+        return machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenIs(subIntf);
+    };
+    auto const one = ask(subIntf_);
+    auto const two = ask(other);
+    auto const ofNull = ask(nullptr);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(ask(subIntf_), one);
+        EXPECT_EQ(ask(ofNull->vlanSubIntf()), ofNull);
+        EXPECT_EQ(ask(other), two);
+        EXPECT_EQ(ask(other), two);
+    }
+    EXPECT_EQ(liveCollections(), 3U);
+}
+
+TEST_F(SeenTracking, ACollectionThatWasDeletedIsNotUsedAgain) {
+    auto const ask = [this] {
+        return machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenIs(subIntf_);
+    };
+    ask()->seenIs({id("Ethernet1"), true});
+    machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenDel(subIntf_);
+    EXPECT_EQ(liveCollections(), 0U);
+    EXPECT_TRUE(ask()->seen().empty()) << "a new one";
+    EXPECT_EQ(machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeen().size(), 1U);
+
+    ask()->seenIs({id("Ethernet1"), true});
+    machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenDelAll();
+    EXPECT_EQ(liveCollections(), 0U);
+    EXPECT_TRUE(ask()->seen().empty()) << "a new one";
+    EXPECT_EQ(machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeen().size(), 1U);
+}
+
+TEST_F(SeenTracking, DeletingACollectionLeavesTheOneThatWasAskedForLast) {
+    auto const other = Qor::make<VlanSubIntf>(id("PortChannel10.101"));
+    machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenIs(other);
+    auto const last =
+        machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenIs(subIntf_);
+    machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenDel(other);
+    EXPECT_EQ(machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenIs(subIntf_), last);
+    EXPECT_EQ(liveCollections(), 1U);
+}
+
+TEST_F(SeenTracking, AMachineGoesWithItsCollectionsAndASuccessorMakesItsOwn) {
+    machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenIs(subIntf_)->seenIs(
+        {id("Ethernet1"), true});
+    machine = nullptr;
+    EXPECT_EQ(liveCollections(), 0U);
+    EXPECT_EQ(subIntf_->refCount(), 1U);
+    startSynchronous();
+    EXPECT_TRUE(machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenIs(subIntf_)
+                    ->seen()
+                    .empty());
+}
+
 TEST_F(SeenTracking, ACollectionLivesOnWithWhoeverHoldsIt) {
     auto const coll =
         machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenIs(subIntf_);

@@ -140,7 +140,8 @@ TEST(TraceSite, IsTheOnlyWayInWhichTheMachineTraces) {
         text << std::ifstream(file.path()).rdbuf();
         bool const isMacro = file.path().filename() == "Trace.h";
         EXPECT_EQ(text.str().find("fmtrace(") != std::string::npos, isMacro) << file.path();
-        EXPECT_EQ(text.str().find("emit("), std::string::npos) << file.path();
+        EXPECT_EQ(text.str().find(".emit("), std::string::npos) << file.path();
+        EXPECT_EQ(text.str().find("->emit("), std::string::npos) << file.path();
         ++sources;
     }
     EXPECT_GT(sources, 10);

@@ -6,6 +6,8 @@
 // the failure ends the process.
 #include "tests/allocation/AllocationFixture.h"
 
+#include <fmt/format.h>
+
 #include <initializer_list>
 #include <list>
 
@@ -33,13 +35,17 @@ class NoticeCount {
 
 class SteadyStateFailureTest : public AllocationTest, public testing::WithParamInterface<Memory> {
   protected:
-    /// The small world with collections that one more entry lets grow: four VLANs, four LAGs, four
+    /// The small world with collections that one more entry lets grow: four VLANs, four LAGs, eight
     /// members in VLAN 1 and in PortChannel1.
     void SetUp() override {
         fillSmallWorld();
         member(1, "PortChannel4.1");
-        lagMember("PortChannel1", "Ethernet3");
-        lagMember("PortChannel1", "Ethernet4");
+        for (std::uint32_t number = vlan1->intf().size(); number < 8; ++number) {
+            member(1, fmt::format("Ethernet2{}", number));
+        }
+        for (std::uint32_t number = lag1->phyIntf().size(); number < 8; ++number) {
+            lagMember("PortChannel1", fmt::format("Ethernet3{}", number));
+        }
         vlan(3);
         vlan(4);
         lag("PortChannel2");
@@ -125,22 +131,22 @@ TEST_P(SteadyStateFailureTest, AMutatorOfAnInputChangesNothingOrTheProcessEnds) 
     auto const there = id("PortChannel1.1");
     auto const firstLag = id("PortChannel1");
     auto const fifthLag = id("PortChannel5");
-    auto const fifth = id("Ethernet5");
+    auto const ninth = id("Ethernet9");
     auto const first = id("Ethernet1");
     auto const configured = Lag::EthPhyIntfLagConfig::EthPhyIntfLagConfigIs();
 
     change("a fifth VLAN", [&] { bridging->vlanConfigIs(VlanId(5)); });
     change("a VLAN that is there", [&] { bridging->vlanConfigIs(VlanId(1)); });
     change("a VLAN gone", [&] { bridging->vlanConfigDel(VlanId(1)); });
-    change("a fifth member", [&] { vlan1->intfIs(plain, {}); });
-    change("a fifth member that rides on a LAG", [&] { vlan1->intfIs(ofLag1, {}); });
-    change("a fifth member of an unknown LAG", [&] { vlan1->intfIs(ofNoLag, {}); });
+    change("a ninth member", [&] { vlan1->intfIs(plain, {}); });
+    change("a ninth member that rides on a LAG", [&] { vlan1->intfIs(ofLag1, {}); });
+    change("a ninth member of an unknown LAG", [&] { vlan1->intfIs(ofNoLag, {}); });
     change("a member with another configuration", [&] { vlan1->intfIs(there, {}); });
     change("a member gone", [&] { vlan1->intfDel(there); });
     change("a fifth LAG", [&] { lagMapping->lagPhyIntfConfigIs(fifthLag); });
     change("a LAG gone", [&] { lagMapping->lagPhyIntfConfigDel(firstLag); });
-    change("a fifth LAG member", [&] { lag1->phyIntfIs(fifth, configured); });
-    change("a fifth LAG member, null", [&] { lag1->phyIntfIs(fifth, nullptr); });
+    change("a ninth LAG member", [&] { lag1->phyIntfIs(ninth, configured); });
+    change("a ninth LAG member, null", [&] { lag1->phyIntfIs(ninth, nullptr); });
     change("a LAG member that becomes null", [&] { lag1->phyIntfIs(first, nullptr); });
     change("a LAG member gone", [&] { lag1->phyIntfDel(first); });
 

@@ -22,21 +22,18 @@ constexpr std::uint64_t inverseOf(std::uint64_t odd) {
     }
     return inverse;
 }
-constexpr std::uint64_t unshift(std::uint64_t x, unsigned shift) {
-    std::uint64_t result = x;
-    for (unsigned done = shift; done < 64; done += shift) {
-        result = x ^ (result >> shift);
-    }
-    return result;
-}
 
 } // namespace Impl
 
+/// Its own inverse.
+constexpr std::uint64_t fold(std::uint64_t x) {
+    return x ^ x >> 32;
+}
+
 /// What Qor::Impl::hashMix64 makes `mixed` of.
 constexpr std::uint64_t unmix64(std::uint64_t mixed) {
-    mixed = Impl::unshift(mixed, 31) * Impl::inverseOf(0x94D049BB133111EBU);
-    mixed = Impl::unshift(mixed, 27) * Impl::inverseOf(0xBF58476D1CE4E5B9U);
-    return Impl::unshift(mixed, 30);
+    mixed = fold(mixed * Impl::inverseOf(0x94D049BB133111EBU));
+    return fold(mixed * Impl::inverseOf(0xBF58476D1CE4E5B9U));
 }
 static_assert(unmix64(Qor::Impl::hashMix64(0x123456789ABCDEF0U)) == 0x123456789ABCDEF0U);
 

@@ -212,6 +212,57 @@ std::vector<WideKey> cancellingKeys(std::uint64_t seedPart) {
     return keys;
 }
 
+/// One wide field, every bit of which can be chosen.
+struct WholeField {
+    std::uint64_t field = 0;
+
+    [[nodiscard]] std::uint32_t hash(std::uint32_t seed) const noexcept {
+        return Qor::hashSingleAttr(seed, field);
+    }
+    friend auto operator<=>(WholeField const &, WholeField const &) noexcept = default;
+};
+
+/// Fields that the mixer's first multiplication takes to `base` plus each of the patterns, if the
+/// seed's addition is left out or, `isFolded`, meets the first fold undone. Were there no fold
+/// before the multiplication, their differences would be his whatever the seed is.
+std::vector<WholeField> fieldsOfPatterns(std::uint64_t base, bool isFolded,
+                                         std::vector<std::uint64_t> const &patterns) {
+    constexpr std::uint64_t inverse = Impl::inverseOf(0xBF58476D1CE4E5B9U);
+    std::vector<WholeField> fields;
+    for (std::uint64_t const pattern : patterns) {
+        std::uint64_t const field = (base + pattern) * inverse;
+        fields.push_back({isFolded ? fold(field) : field});
+    }
+    return fields;
+}
+
+TEST(CraftedIds, DifferencesThatNoSeedTakesAway) {
+    std::vector<WholeField> ordinary;
+    for (std::uint64_t number = 0; number < count; ++number) {
+        ordinary.push_back({number});
+    }
+    // Patterns in the low half, in the high half, and in both, where folding the one into the
+    // other may cancel them.
+    for (unsigned shift = 0; shift + 12 <= 32; shift += 4) {
+        SCOPED_TRACE(shift);
+        std::vector<std::uint64_t> low;
+        std::vector<std::uint64_t> high;
+        std::vector<std::uint64_t> both;
+        for (std::uint64_t number = 0; number < count; ++number) {
+            low.push_back(number << shift);
+            high.push_back(number << (32 + shift));
+            both.push_back(low.back() | high.back());
+        }
+        for (auto const &patterns : {low, high, both}) {
+            for (bool const isFolded : {false, true}) {
+                expectNoSlowdown(fieldsOfPatterns(0, isFolded, patterns), ordinary);
+                expectNoSlowdown(fieldsOfPatterns(0x0123456789ABCDEFU, isFolded, patterns),
+                                 ordinary);
+            }
+        }
+    }
+}
+
 TEST(CraftedIds, TwoFieldsThatCancelEachOther) {
     std::vector<WideKey> ordinary;
     for (std::uint64_t first = 1; first <= count; ++first) {

@@ -44,6 +44,7 @@ void SizeTest::startUntilReady() {
     notices->take();
     bytesBefore_ = liveBytes();
     start(GetParam());
+    Qor::Reclaimer::drain(); // it may have let go of something already; that is no run of its own
     scheduler->runUntilIdle();
     recording.runEnded();
     unlimitedShareIs();

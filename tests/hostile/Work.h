@@ -53,16 +53,15 @@ template <class Id> struct Counted {
 /// Where the entries of a map lie, computed from their order and hashes as its header describes.
 template <class Map> void addStructure(Map const &map, Work &work) {
     using Traits = typename Map::Traits;
-    if (map.size() <= 8) {
-        return; // kept without gaps, every home is slot 0
+    if (map.capacity() <= 8) {
+        return; // every home is slot 0
     }
     auto const bits = static_cast<unsigned>(std::bit_width(map.capacity())) - 1;
     std::uint64_t next = 0;
     std::uint64_t runBegin = 0;
     for (auto it = map.iterator(); it; it.advance()) {
         std::uint32_t const seed = Qor::HashHelper::hashSeed32() ^ Map::typeConstant;
-        std::uint32_t const hash = std::clamp(Traits::hash(seed, Traits::view(it.key())), 1U, ~1U);
-        std::uint64_t const home = hash >> (32 - bits);
+        std::uint64_t const home = Traits::hash(seed, Traits::view(it.key())) >> (32 - bits);
         if (home > next || next == 0) {
             next = runBegin = home;
         }

@@ -11,25 +11,25 @@ using std::chrono::steady_clock;
 TEST(CountShare, TheLastTestAndAllLaterOnesAnswerTrue) {
     CountShare share(3);
     share.runBegins();
-    EXPECT_FALSE(share.isUsed());
-    EXPECT_FALSE(share.isUsed());
-    EXPECT_TRUE(share.isUsed());
-    EXPECT_TRUE(share.isUsed());
+    EXPECT_FALSE(share.test());
+    EXPECT_FALSE(share.test());
+    EXPECT_TRUE(share.test());
+    EXPECT_TRUE(share.test());
 }
 
 TEST(CountShare, AShareOfOneTestIsUsedAtTheFirst) {
     CountShare share(1);
     share.runBegins();
-    EXPECT_TRUE(share.isUsed());
+    EXPECT_TRUE(share.test());
 }
 
 TEST(CountShare, EachRunStartsItsCountAnew) {
     CountShare share(2);
     share.runBegins();
-    EXPECT_FALSE(share.isUsed());
-    EXPECT_TRUE(share.isUsed());
+    EXPECT_FALSE(share.test());
+    EXPECT_TRUE(share.test());
     share.runBegins();
-    EXPECT_FALSE(share.isUsed());
+    EXPECT_FALSE(share.test());
 }
 
 TEST(CountShareDeathTest, NoTestAtAllIsAnAssertion) {
@@ -40,21 +40,21 @@ TEST(UnlimitedShare, IsNeverUsed) {
     UnlimitedShare share;
     share.runBegins();
     for (int i = 0; i < 1000; ++i) {
-        ASSERT_FALSE(share.isUsed());
+        ASSERT_FALSE(share.test());
     }
 }
 
 TEST(TimeShare, NoTimeAtAllIsUsedAtTheFirstTest) {
     TimeShare share(nanoseconds(0));
     share.runBegins();
-    EXPECT_TRUE(share.isUsed());
+    EXPECT_TRUE(share.test());
 }
 
 TEST(TimeShare, StaysUsedOnceItIs) {
     TimeShare share(nanoseconds(0));
     share.runBegins();
     for (std::uint32_t i = 0; i < 2 * TimeShare::testsPerClockRead; ++i) {
-        ASSERT_TRUE(share.isUsed()) << "test " << i;
+        ASSERT_TRUE(share.test()) << "test " << i;
     }
 }
 
@@ -62,7 +62,7 @@ TEST(TimeShare, TheLongestLimitIsNotUsed) {
     TimeShare share(nanoseconds::max());
     share.runBegins();
     for (std::uint32_t i = 0; i < 4 * TimeShare::testsPerClockRead; ++i) {
-        ASSERT_FALSE(share.isUsed()) << "test " << i;
+        ASSERT_FALSE(share.test()) << "test " << i;
     }
 }
 
@@ -70,7 +70,7 @@ TEST(TimeShare, TheLongestLimitIsNotUsed) {
 /// before the first test that it answered true: try again.
 bool overrunAfterTheFirstTest(TimeShare &share, nanoseconds limit) {
     share.runBegins();
-    if (share.isUsed()) {
+    if (share.test()) {
         return false;
     }
     auto const tested = steady_clock::now();
@@ -85,9 +85,9 @@ TEST(TimeShare, NoticesThatTheLimitHasPassedAtEverySixteenthTest) {
     while (!overrunAfterTheFirstTest(share, limit)) {
     }
     for (std::uint32_t i = 1; i < TimeShare::testsPerClockRead; ++i) {
-        ASSERT_FALSE(share.isUsed()) << "the clock was read at test " << i;
+        ASSERT_FALSE(share.test()) << "the clock was read at test " << i;
     }
-    EXPECT_TRUE(share.isUsed());
+    EXPECT_TRUE(share.test());
 }
 
 } // namespace

@@ -123,6 +123,38 @@ TYPED_TEST(HashMap2018IteratorTest, CostsOneLookUpAfterAChange) {
     EXPECT_EQ(HTCnt::count(HTCnt::Counter::iteratorSought), sought + 1);
 }
 
+TYPED_TEST(HashMap2018IteratorTest, LooksAheadAtNothingButEntriesThatItComesTo) {
+    this->fill(0, 200);
+    std::uint32_t seen = 0;
+    for (auto it = this->map.iterator(); it; it.advance()) {
+        EXPECT_EQ(it.ahead(0), it.node());
+        for (std::uint32_t const slots : {1U, 2U, 7U, 24U}) {
+            if (auto const *const node = it.ahead(slots)) {
+                auto const key = TypeParam::indexOf(node->key());
+                EXPECT_EQ(node, this->find(key));
+                EXPECT_TRUE(this->before(TypeParam::indexOf(it.key()), key));
+                ++seen;
+            }
+        }
+        EXPECT_EQ(it.ahead(100000), nullptr) << "behind the last slot";
+    }
+    EXPECT_GT(seen, 100U);
+}
+
+TYPED_TEST(HashMap2018IteratorTest, HavingLinesFetchedChangesNothing) {
+    for (std::uint32_t const count : {0U, 3U, 8U, 30U}) {
+        this->fill(0, count);
+        auto const stamp = this->map.stamp();
+        this->map.prefetch();
+        for (std::uint32_t i = 0; i < 40; ++i) {
+            auto const key = this->variant.key(i);
+            this->map.prefetch(TypeParam::Map::Traits::view(key));
+        }
+        EXPECT_EQ(this->map.stamp(), stamp);
+        this->check(40);
+    }
+}
+
 // When the entry under it goes away.
 
 TYPED_TEST(HashMap2018IteratorTest, KeepsTheKeyOfADeletedEntryButNotTheEntry) {

@@ -11,6 +11,7 @@
 #include <functional>
 #include <new>
 #include <numeric>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -172,7 +173,7 @@ TEST(HashMap2018Stamp, WrapsAt23BitsAndLeavesTheMapAsItIs) {
     EXPECT_EQ(map.stamp(), 0x7FFFFFU);
     map.replaceValue(*node, 2);
     EXPECT_EQ(map.stamp(), 0U);
-    EXPECT_EQ(map.capacity(), 4U);
+    EXPECT_EQ(map.capacity(), 8U);
     EXPECT_EQ(map.lookupNodeG({7})->value(), 2);
     map.newMemberG({{8}, 0});
     EXPECT_EQ(map.stamp(), 1U);
@@ -286,23 +287,33 @@ TYPED_TEST(HashMap2018Test, HasOneArrayWhileItHasEntriesAndGivesItBack) {
     EXPECT_EQ(liveCount("Qor::HashMap2018"), TestSupport::LiveCount());
 }
 
+/// Whether entries of the variant are stored keys, and so small that the first array takes eight.
+template <class Variant> constexpr bool eightAtFirst() {
+    return !std::is_same_v<Variant, MapVariants::LargeEntries> &&
+           !std::is_same_v<Variant, MapVariants::KeyedByFunctor>;
+}
+
 TYPED_TEST(HashMap2018Test, SmallMapsAreSmallAndGrowByPowersOfTwo) {
     std::vector<std::uint32_t> capacities;
     for (std::uint32_t i = 0; i < 25; ++i) {
         this->insert(i);
         capacities.push_back(this->map.capacity());
     }
-    std::vector<std::uint32_t> const expected{4,  4,  4,  4,  8,  8,  8,  8,  16, 16, 16, 16, 32,
-                                              32, 32, 32, 32, 32, 32, 32, 32, 32, 32, 32, 64};
+    std::uint32_t const first = eightAtFirst<TypeParam>() ? 8 : 4;
+    std::vector<std::uint32_t> const expected{first, first, first, first, 8,  8,  8,  8,  16,
+                                              16,    16,    16,    32,    32, 32, 32, 32, 32,
+                                              32,    32,    32,    32,    32, 32, 64};
     EXPECT_EQ(capacities, expected);
 }
 
-TEST(HashMap2018Memory, FourSlotsOf8BytesAreOneCacheLine) {
+TEST(HashMap2018Memory, EightSlotsOf8BytesAreOneCacheLine) {
     HashMap2018<MapVariants::NumberKey<MapVariants::Mixed>, int, 1> map;
     static_assert(sizeof(decltype(map)::Node) == 8);
     auto const before = liveCount("Qor::HashMap2018").bytes;
-    map.newMemberG({{1}, 1});
-    EXPECT_LE(liveCount("Qor::HashMap2018").bytes - before, 64U);
+    for (std::uint32_t i = 0; i < 8; ++i) {
+        map.newMemberG({{i}, 1});
+        EXPECT_EQ(liveCount("Qor::HashMap2018").bytes - before, 64U);
+    }
 }
 
 TEST(HashMap2018Memory, ASizeHintMakesRoomAtOnce) {
@@ -320,6 +331,9 @@ TEST(HashMap2018Memory, ASizeHintMakesRoomAtOnce) {
 
 TYPED_TEST(HashMap2018Test, AnInsertionThatFindsNoMemoryChangesNothing) {
     for (std::uint32_t const size : {0U, 4U, 8U, 12U, 24U}) { // each full
+        if (size == 4 && eightAtFirst<TypeParam>()) {
+            continue;
+        }
         while (this->map.size() < size) {
             this->insert(this->map.size());
         }

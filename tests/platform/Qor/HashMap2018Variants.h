@@ -4,11 +4,13 @@
 // is put in and found again can so be compared with a model over plain numbers.
 //
 //   Sets, Maps           ordinary keys
+//   LargeEntries         entries so large that a small map begins with four
 //   KeyedByFunctor       the key is read from the value, an object
 //   PointerKeys          keys are objects, hashed by their serial; key 0 is null
 //   AllHashesEqual       one run of equal hashes, ordered by key alone
 //   AllHashesHighest     the same at the upper end: everything lies behind the last home slot
-//   HashesAtTheEnds      hashes near 0 and near the largest, where the marks of free slots are
+//   HashesAtTheEnds      hashes near 0 and near the largest, where the marks of free slots are;
+//                        some differ only in the lowest bit, which the map does not keep
 //   HashesInOrder        hash = key: all share the lowest home slot
 #pragma once
 
@@ -49,7 +51,7 @@ template <std::uint32_t Constant> struct Equal {
 };
 struct AtTheEnds {
     std::uint32_t operator()(std::uint32_t /*seed*/, std::uint32_t number) const noexcept {
-        std::array<std::uint32_t, 8> const hashes{0, 1, 2, 3, ~0U - 3, ~0U - 2, ~0U - 1, ~0U};
+        std::array<std::uint32_t, 8> const hashes{0, 1, 2, 4, ~0U - 4, ~0U - 2, ~0U - 1, ~0U};
         return hashes[number % hashes.size()];
     }
 };
@@ -103,6 +105,21 @@ using AllHashesHighest = MapsHashedBy<Equal<~0U>>;
 using HashesAtTheEnds = MapsHashedBy<AtTheEnds>;
 using HashesInOrder = MapsHashedBy<InOrder>;
 
+struct LargeEntries {
+    struct Value {
+        int value = 0;
+        std::array<std::uint64_t, 3> more{};
+    };
+    using Key = NumberKey<Mixed>;
+    using Map = HashMap2018<Key, Value, 0x1A46E>;
+    static constexpr bool hasValues = true;
+    static Key key(std::uint32_t i) { return {i}; }
+    static Map::Node node(std::uint32_t i, int value) { return {{i}, {value, {}}}; }
+    static std::uint32_t indexOf(Key key) { return key.number; }
+    static int valueOf(Map::Node const &node) { return node.value().value; }
+    static Value replacement(std::uint32_t /*i*/, int value) { return {value, {}}; }
+};
+
 struct KeyedByFunctor {
     using Key = NumberKey<Mixed>;
     struct KeyOf {
@@ -138,20 +155,16 @@ struct PointerKeys {
     std::vector<Key> items_;
 };
 
-using All = testing::Types<Sets, Maps, KeyedByFunctor, PointerKeys, AllHashesEqual,
+using All = testing::Types<Sets, Maps, LargeEntries, KeyedByFunctor, PointerKeys, AllHashesEqual,
                            AllHashesHighest, HashesAtTheEnds, HashesInOrder>;
 
 /// Names the variants in the output.
 struct Names {
     template <class Variant> static char const *GetName(int index) {
-        static constexpr std::array names{"Sets",
-                                          "Maps",
-                                          "KeyedByFunctor",
-                                          "PointerKeys",
-                                          "AllHashesEqual",
-                                          "AllHashesHighest",
-                                          "HashesAtTheEnds",
-                                          "HashesInOrder"};
+        static constexpr std::array names{
+            "Sets",         "Maps",           "LargeEntries",     "KeyedByFunctor",
+            "PointerKeys",  "AllHashesEqual", "AllHashesHighest", "HashesAtTheEnds",
+            "HashesInOrder"};
         return names[static_cast<std::size_t>(index)];
     }
 };
@@ -240,11 +253,10 @@ template <class Variant> class Modelled {
     }
 
   private:
-    /// Real hashes are kept off the two values that mark free slots and the array's end.
+    /// What the map keeps of a key's hash, and orders by.
     static std::uint32_t hashOf(typename Variant::Key const &key) {
-        return std::clamp(
-            Traits::hash(HashHelper::hashSeed32() ^ Map::typeConstant, Traits::view(key)), 1U,
-            ~0U - 1);
+        return Impl::HashTable<typename Map::Node, Traits>::storedHash(
+            Traits::hash(HashHelper::hashSeed32() ^ Map::typeConstant, Traits::view(key)));
     }
 };
 

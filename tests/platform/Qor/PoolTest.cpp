@@ -62,7 +62,8 @@ bool isAligned(void const *block) {
 
 TEST_F(PoolTest, BlocksOfAllSizesAreAlignedAndDoNotOverlap) {
     std::vector<std::pair<unsigned char *, std::size_t>> blocks;
-    for (std::size_t size = 0; size <= Pool::maxPooled + 32; ++size) {
+    // All of the smallest, and some on both sides of the edges of every class of the larger ones.
+    for (std::size_t size = 0; size <= Pool::maxKept + 64; size += size <= 1100 ? 1 : 63) {
         for (int copy = 0; copy < 2; ++copy) {
             auto *const block = static_cast<unsigned char *>(Pool::allocate(size));
             EXPECT_TRUE(isAligned(block)) << size;
@@ -94,7 +95,40 @@ TEST_F(PoolTest, ServesMoreThanOneSlabOfAClass) {
     }
 }
 
+TEST_F(PoolTest, ServesManyMegabytesOfOneClass) {
+    constexpr std::size_t size = 512;
+    constexpr int count = 20000; // ten megabytes
+    std::vector<unsigned char *> blocks;
+    for (int i = 0; i < count; ++i) {
+        blocks.push_back(static_cast<unsigned char *>(Pool::allocate(size)));
+        std::memset(blocks.back(), i % 251, size);
+    }
+    for (int i = 0; i < count; ++i) {
+        auto *const block = blocks[static_cast<std::size_t>(i)];
+        EXPECT_EQ(std::count(block, block + size, static_cast<unsigned char>(i % 251)),
+                  static_cast<std::ptrdiff_t>(size));
+        Pool::release(block, size);
+    }
+}
+
 #ifndef POOL_STEPS_ASIDE
+TEST_F(PoolTest, BlocksOfWholeCacheLinesStartAtOne) {
+    std::vector<std::pair<void *, std::size_t>> blocks;
+    // Between them blocks of all kinds, which must not push them off the lines.
+    for (std::size_t const between : {16U, 48U, 80U, 513U, 700U, 32768U}) {
+        for (std::size_t size = 64; size <= Pool::maxPooled; size += 64) {
+            for (int i = 0; i < 300; ++i) {
+                blocks.emplace_back(Pool::allocate(size), size);
+                EXPECT_EQ(reinterpret_cast<std::uintptr_t>(blocks.back().first) % 64, 0U) << size;
+            }
+            blocks.emplace_back(Pool::allocate(between), between);
+        }
+    }
+    for (auto const &[block, size] : blocks) {
+        Pool::release(block, size);
+    }
+}
+
 TEST_F(PoolTest, AReleasedBlockIsTheNextOneOfItsClass) {
     void *const block = Pool::allocate(40);
     Pool::release(block, 40);
@@ -106,28 +140,72 @@ TEST_F(PoolTest, AReleasedBlockIsTheNextOneOfItsClass) {
     Pool::release(larger, 49);
 }
 
+TEST_F(PoolTest, LargerBlocksAreKeptInEightClassesADoubling) {
+    // The largest and the smallest size of a class, and the next class's smallest.
+    for (auto const &[largest, smallest] : {std::pair{576U, 513U}, std::pair{1024U, 961U},
+                                            std::pair{1152U, 1025U}, std::pair{32768U, 30721U}}) {
+        void *const block = Pool::allocate(largest);
+        Pool::release(block, largest);
+        void *const other = Pool::allocate(smallest - 1);
+        EXPECT_NE(other, block) << "the class below";
+        void *const again = Pool::allocate(smallest);
+        EXPECT_EQ(again, block) << smallest;
+        Pool::release(again, smallest);
+        Pool::release(other, smallest - 1);
+    }
+}
+
 TEST_F(PoolTest, TheBlocksOfABurstServeTheNextOne) {
-    auto const burst = [] {
-        std::set<void *> blocks;
-        for (int i = 0; i < 2000; ++i) {
-            blocks.insert(Pool::allocate(128));
-        }
-        for (void *const block : blocks) {
-            Pool::release(block, 128);
-        }
-        return blocks;
-    };
-    auto const first = burst();
-    EXPECT_EQ(burst(), first);
+    for (std::size_t const size : {std::size_t{128}, std::size_t{5000}, Pool::maxKept}) {
+        auto const burst = [size] {
+            std::set<void *> blocks;
+            for (int i = 0; i < 500; ++i) {
+                blocks.insert(Pool::allocate(size));
+            }
+            for (void *const block : blocks) {
+                Pool::release(block, size);
+            }
+            return blocks;
+        };
+        auto const first = burst();
+        EXPECT_EQ(burst(), first) << size;
+    }
+}
+
+TEST_F(PoolTest, ABlockReleasedWhileTheSwitchIsOnServesAllocationsOnceItIsOff) {
+    for (std::size_t const size : {64U, 1000U}) {
+        void *const block = Pool::allocate(size);
+        VFPtrInterface::threadSafePointers_ = true;
+        Pool::release(block, size);
+        VFPtrInterface::threadSafePointers_ = false;
+        void *const again = Pool::allocate(size);
+        EXPECT_EQ(again, block);
+        VFPtrInterface::threadSafePointers_ = true;
+        Pool::release(again, size);
+        EXPECT_EQ(Pool::allocate(size), again);
+        VFPtrInterface::threadSafePointers_ = false;
+        Pool::release(again, size);
+    }
+}
+
+TEST_F(PoolTest, BlocksAreKeptAlsoAroundAFailureThatWasAskedFor) {
+    void *const block = Pool::allocate(40);
+    Pool::failAfterForTest(0);
+    Pool::release(block, 40);
+    EXPECT_THROW(static_cast<void>(Pool::allocate(40)), std::bad_alloc);
+    EXPECT_EQ(Pool::allocate(40), block);
+    Pool::release(block, 40);
 }
 #endif
 
 TEST_F(PoolTest, LargeBlocksAreServedToo) {
-    constexpr std::size_t size = std::size_t{4} << 20;
-    void *const block = Pool::allocate(size);
-    EXPECT_TRUE(isAligned(block));
-    std::memset(block, 0xAB, size);
-    Pool::release(block, size);
+    constexpr std::size_t megabyte = std::size_t{1} << 20;
+    for (std::size_t const size : {Pool::maxKept + 1, megabyte, 4 * megabyte}) {
+        void *const block = Pool::allocate(size);
+        EXPECT_TRUE(isAligned(block)) << size;
+        std::memset(block, 0xAB, size);
+        Pool::release(block, size);
+    }
 }
 
 TEST_F(PoolTest, FailsTheAllocationAfterTheGivenNumberOnce) {
@@ -156,16 +234,18 @@ TEST_F(PoolTest, AllocatesFromManyThreadsWhileTheSwitchIsOn) {
     for (unsigned char mark = 1; mark <= 4; ++mark) {
         threads.emplace_back([mark] {
             for (int round = 0; round < 200; ++round) {
+                std::size_t const size = round % 2 == 0 ? 64 : 1000;
                 std::array<unsigned char *, 16> blocks{};
                 for (auto &block : blocks) {
-                    block = static_cast<unsigned char *>(Pool::allocate(64));
-                    std::memset(block, mark, 64);
+                    block = static_cast<unsigned char *>(Pool::allocate(size));
+                    std::memset(block, mark, size);
                 }
                 for (auto *const block : blocks) {
-                    if (std::count(block, block + 64, mark) != 64) {
+                    if (std::count(block, block + size, mark) !=
+                        static_cast<std::ptrdiff_t>(size)) {
                         std::abort(); // shared with another thread
                     }
-                    Pool::release(block, 64);
+                    Pool::release(block, size);
                 }
             }
         });

@@ -1,3 +1,5 @@
+#include "platform/Qor/GenericIf.h"
+#include "platform/VlanSubIntfConfigDir.h"
 #include "platform/VlanSubIntfStatusLib.h"
 #include "tests/support/Census.h"
 #include "tests/support/Observer.h"
@@ -145,6 +147,122 @@ TEST_F(VlanStatusTest, WithNotificationsOffChangesAreMadeInSilence) {
     status->intfToVlanMapIs(pair);
     EXPECT_TRUE(status->intfToVlanMap(pair));
     EXPECT_THAT(observer.notices(), IsEmpty());
+}
+
+// What is kept beside a pair.
+
+class VlanStatusEntryTest : public VlanStatusTest {
+  protected:
+    using Entry = VlanStatus::Entry;
+    static Entry entryOf(VidIntf const &itsPair) {
+        return Qor::make<VlanSubIntfConfigLib::VlanSubIntf>(itsPair.intfId);
+    }
+    [[nodiscard]] Entry beside(VidIntf const &itsPair) const {
+        return Qor::required(status->intfToVlanMap().lookupNodeG(itsPair)).beside();
+    }
+    [[nodiscard]] std::uint32_t stamp() const { return status->intfToVlanMap().stamp(); }
+
+    Entry const entry = entryOf(pair);
+};
+
+TEST_F(VlanStatusEntryTest, NothingIsBesideAPairByDefault) {
+    status->intfToVlanMapIs(pair);
+    EXPECT_EQ(beside(pair), nullptr);
+}
+
+TEST_F(VlanStatusEntryTest, AnEntryIsKeptBesideItsPairAndNotTheOthers) {
+    status->intfToVlanMapIs(pair, entry);
+    status->intfToVlanMapIs(other);
+    EXPECT_EQ(beside(pair), entry);
+    EXPECT_EQ(beside(other), nullptr);
+    EXPECT_EQ(entry->refCount(), 2U);
+    EXPECT_THAT(observer.notices(),
+                ElementsAre(PairObserver::notice(130, pair), PairObserver::notice(130, other)));
+}
+
+TEST_F(VlanStatusEntryTest, StaysWithItsPairWhenTheSetGrowsAndShrinks) {
+    auto const pairOf = [](std::uint16_t number) {
+        return VidIntf{IntfId("PortChannel10.100"), VlanId(number)};
+    };
+    for (std::uint16_t number = 1; number <= 40; ++number) {
+        auto const its = entryOf(pairOf(number));
+        its->tagOnEgressIs(number % 3 == 0);
+        status->intfToVlanMapIs(pairOf(number), its);
+    }
+    for (std::uint16_t number = 1; number <= 40; number += 2) {
+        status->intfToVlanMapDel(pairOf(number));
+    }
+    for (std::uint16_t number = 2; number <= 40; number += 2) {
+        EXPECT_EQ(beside(pairOf(number))->tagOnEgress(), number % 3 == 0) << number;
+    }
+}
+
+TEST_F(VlanStatusEntryTest, AnotherEntryReplacesItInSilence) {
+    status->intfToVlanMapIs(pair, entry);
+    observer.clear();
+    auto const before = stamp();
+    auto const it = status->intfToVlanMap().iterator();
+    auto const successor = entryOf(pair);
+    status->intfToVlanMapIs(pair, successor);
+    EXPECT_EQ(beside(pair), successor);
+    EXPECT_EQ(entry->refCount(), 1U) << "the former one is let go of";
+    EXPECT_EQ(stamp(), before);
+    EXPECT_EQ(it, status->intfToVlanMap().iterator());
+    EXPECT_THAT(observer.notices(), IsEmpty());
+}
+
+TEST_F(VlanStatusEntryTest, TheSameEntryAgainChangesNothing) {
+    status->intfToVlanMapIs(pair, entry);
+    observer.clear();
+    auto const before = stamp();
+    status->intfToVlanMapIs(pair, entry);
+    EXPECT_EQ(beside(pair), entry);
+    EXPECT_EQ(entry->refCount(), 2U);
+    EXPECT_EQ(stamp(), before);
+    EXPECT_THAT(observer.notices(), IsEmpty());
+}
+
+TEST_F(VlanStatusEntryTest, APairWrittenWithoutAnEntryHasNone) {
+    status->intfToVlanMapIs(pair, entry);
+    status->intfToVlanMapIs(pair);
+    EXPECT_EQ(beside(pair), nullptr);
+    EXPECT_EQ(entry->refCount(), 1U);
+}
+
+TEST_F(VlanStatusEntryTest, AnEntryIsLetGoOfWithItsPair) {
+    status->intfToVlanMapIs(pair, entry);
+    status->intfToVlanMapDel(pair);
+    EXPECT_EQ(entry->refCount(), 1U);
+    status->intfToVlanMapIs(pair);
+    EXPECT_EQ(beside(pair), nullptr) << "a pair that returns has no entry";
+}
+
+TEST_F(VlanStatusEntryTest, AnEntryIsLetGoOfWithTheStatus) {
+    auto gone = Qor::make<VlanStatus>();
+    gone->intfToVlanMapIs(pair, entry);
+    gone = nullptr;
+    EXPECT_EQ(entry->refCount(), 1U);
+}
+
+TEST_F(VlanStatusEntryTest, IsThereWhenThePairIsPublished) {
+    observer.reactionIs([this](auto const &notice) { EXPECT_EQ(beside(*notice.key), entry); });
+    status->intfToVlanMapIs(pair, entry);
+    EXPECT_EQ(observer.notices().size(), 1U);
+}
+
+TEST_F(VlanStatusEntryTest, IsNotSeenThroughTheGenericInterface) {
+    status->intfToVlanMapIs(pair, entry);
+    status->intfToVlanMapIs(other);
+    for (VidIntf const &key : {pair, other}) {
+        Qor::Value const arguments[] = {Qor::Value::of(key)};
+        Qor::Operation index{Qor::OpCode::index, arguments, {}};
+        EXPECT_EQ(Qor::GenericIf::operate(*status, 130, index), Qor::Status::done);
+        EXPECT_EQ(index.result.text(), Qor::Value::of(true).text());
+    }
+    auto const walk = Qor::GenericIf::genericIfIterator(*status, 130);
+    for (; walk->iterNonnull(); walk->iterInc()) {
+        EXPECT_EQ(walk->iterObj().text(), Qor::Value::of(true).text());
+    }
 }
 
 TEST_F(VlanStatusTest, PrintsAsItsTypeAndNeverAsAnAddress) {

@@ -1,0 +1,300 @@
+// The table of a HashMap2018: entries in one array ordered by (hash, key).
+//
+// An entry's home slot is given by the high bits of its hash. An entry lies at or after its home
+// slot, no slot between the two is free, and entries are in order. So the first slot from a key's
+// home on that is free or not before the key is where the key is or belongs, and what is before the
+// key in order lies before that slot.
+//
+// One block of memory: the nodes, from the last to the first; the header, to which the table's
+// pointer points; one hash per slot; the sentinels. So a look-up finds hash and node of a slot from
+// the pointer alone, and touches two cache lines, both on their way at once. Of a hash 31 bits are
+// kept, and 1 is added: so 0 marks a free slot, and the largest value is the sentinel, by which
+// searches need no bound. Behind the last home slot there is a tail for entries that are shifted
+// past it.
+#pragma once
+
+#include "platform/Nuvio/Export.h"
+#include "platform/Qor/Pool.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <utility>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+namespace Qor::Impl {
+
+/// Where the arrays of all maps are counted.
+NUVIO_EXPORT AllocTrackTypeInfo &hashMapArrays() noexcept;
+
+/// Memory of an array of some map, counted.
+inline void *mapArrayNew(std::size_t bytes) {
+    void *const array = Pool::allocate(bytes);
+    hashMapArrays().trackArray(bytes);
+    return array;
+}
+/// The same, of zeros: a large one is not touched.
+inline void *mapArrayNewZeroed(std::size_t bytes) {
+    void *const array = Pool::allocateZeroed(bytes);
+    hashMapArrays().trackArray(bytes);
+    return array;
+}
+inline void mapArrayDelete(void *array, std::size_t bytes) noexcept {
+    hashMapArrays().untrackArray(bytes);
+    Pool::release(array, bytes);
+}
+
+template <class Node, class Traits> class alignas(8) HashTable {
+  public:
+    using View = typename Traits::View;
+
+    static constexpr std::uint32_t freeSlot = 0;
+    static constexpr std::uint32_t sentinel = ~0U;
+    /// Up to 2^3 home slots the table has no gaps: every entry's home is slot 0.
+    static constexpr unsigned denseHomeBits = 3;
+
+    /// What is kept of a key's hash: neither of the two above.
+    static constexpr std::uint32_t storedHash(std::uint32_t hash) noexcept {
+        return (hash >> 1) + 1;
+    }
+    /// Entries that a table of 2^bits home slots takes.
+    static constexpr std::uint32_t roomFor(unsigned bits) noexcept {
+        return bits <= denseHomeBits ? 1U << bits : (1U << bits) / 4 * 3;
+    }
+    /// Slots that a table gets behind its last home slot.
+    static constexpr std::uint32_t tailOf(unsigned bits) noexcept {
+        return bits <= denseHomeBits ? 0 : std::clamp((1U << bits) / 16, 8U, 32U);
+    }
+    /// The slot at which the search for a hash starts, in a table of 2^bits home slots.
+    static constexpr std::uint32_t home(std::uint32_t hash, unsigned bits) noexcept {
+        return (hash - 1) >> (31 - (bits <= denseHomeBits ? 0 : bits));
+    }
+
+    /// An empty table of so many slots. Throws std::bad_alloc.
+    [[nodiscard]] static HashTable *make(std::uint32_t slotCount) {
+        bool const isLarge = bytes(slotCount) > Pool::maxKept;
+        auto *const block = static_cast<std::byte *>(isLarge ? mapArrayNewZeroed(bytes(slotCount))
+                                                             : mapArrayNew(bytes(slotCount)));
+        auto *const table = new (block + nodesBytes(slotCount)) HashTable(slotCount);
+        if (!isLarge) {
+            std::memset(table->hashes(), 0, sizeof(std::uint32_t) * slotCount);
+        }
+        std::fill_n(table->hashes() + slotCount, sentinels, sentinel);
+        return table;
+    }
+    /// Give back the memory. Requires: no entry is left.
+    void release() noexcept {
+        std::uint32_t const slotCount = slots_;
+        mapArrayDelete(reinterpret_cast<std::byte *>(this) - nodesBytes(slotCount),
+                       bytes(slotCount));
+    }
+    /// Destroy the entries and give back the memory.
+    void destroy() noexcept {
+        destroyFrom(0, slots_);
+        release();
+    }
+    /// Destroy the entries of some slots; what they point to is fetched in good time.
+    void destroyFrom(std::uint32_t slot, std::uint32_t end) noexcept {
+        for (; slot < end; ++slot) {
+            if (Node *const later = nodeIfUsed(slot + destroyAhead)) {
+                prefetchTargets(*later);
+            }
+            if (hashes()[slot] != freeSlot) {
+                std::destroy_at(node(slot));
+            }
+        }
+    }
+
+    [[nodiscard]] std::uint32_t slots() const noexcept { return slots_; }
+    [[nodiscard]] Node *node(std::uint32_t slot) noexcept {
+        return reinterpret_cast<Node *>(this) - 1 - slot;
+    }
+    [[nodiscard]] std::uint32_t slotOf(Node const *node) noexcept {
+        return static_cast<std::uint32_t>(reinterpret_cast<Node *>(this) - 1 - node);
+    }
+    [[nodiscard]] std::uint32_t hash(std::uint32_t slot) const noexcept { return hashes()[slot]; }
+    /// The node of a slot; null for a free one, and behind the last.
+    [[nodiscard]] Node *nodeIfUsed(std::uint32_t slot) noexcept {
+        return slot < slots_ && hashes()[slot] != freeSlot ? node(slot) : nullptr;
+    }
+    void prefetch(std::uint32_t hash, unsigned bits) noexcept {
+        std::uint32_t const slot = home(hash, bits);
+        __builtin_prefetch(hashes() + slot);
+        __builtin_prefetch(node(slot));
+    }
+    /// The first used slot from there on; slots() when there is none.
+    [[nodiscard]] std::uint32_t nextUsed(std::uint32_t slot) const noexcept {
+        while (hashes()[slot] == freeSlot) {
+            ++slot;
+        }
+        return slot;
+    }
+    /// `bits`: log2 of the home slots, here and below.
+    [[nodiscard]] Node *find(std::uint32_t hash, View key, unsigned bits) noexcept {
+        std::uint32_t slot = firstNotBelow(hash, bits);
+        for (; hashes()[slot] == hash; ++slot) {
+            if (Traits::equal(Traits::view(node(slot)->key()), key)) {
+                return node(slot);
+            }
+        }
+        return nullptr;
+    }
+    /// The slot where the key is or belongs, and whether it is there.
+    [[nodiscard]] std::pair<std::uint32_t, bool> locate(std::uint32_t hash, View key,
+                                                        unsigned bits) noexcept {
+        std::uint32_t slot = firstNotBelow(hash, bits);
+        for (; hashes()[slot] == hash; ++slot) {
+            auto &&other = node(slot)->key();
+            if (Traits::equal(Traits::view(other), key)) {
+                return {slot, true};
+            }
+            if (!Traits::before(Traits::view(other), key)) {
+                break;
+            }
+        }
+        return {slot, false};
+    }
+
+    /// Shift the entries from `slot` on by one, up to the next gap; false when the tail is full.
+    [[nodiscard]] bool open(std::uint32_t slot) noexcept {
+        std::uint32_t gap = slot;
+        while (hashes()[gap] != freeSlot) {
+            if (gap == slots_) {
+                return false;
+            }
+            ++gap;
+        }
+        for (; gap != slot; --gap) {
+            moveNode(gap, *this, gap - 1);
+        }
+        return true;
+    }
+    /// Construct an entry in an open slot.
+    Node *put(std::uint32_t slot, std::uint32_t hash, Node &&entry) noexcept {
+        hashes()[slot] = hash;
+        return std::construct_at(node(slot), std::move(entry));
+    }
+    /// Take the entry out and shift those behind it back, as far as their homes allow.
+    Node take(std::uint32_t slot, unsigned bits) noexcept {
+        Node taken(std::move(*node(slot)));
+        std::destroy_at(node(slot));
+        for (std::uint32_t next = slot + 1; next < slots_; slot = next++) {
+            std::uint32_t const hash = hashes()[next];
+            if (hash == freeSlot || home(hash, bits) == next) {
+                break;
+            }
+            moveNode(slot, *this, next);
+        }
+        hashes()[slot] = freeSlot;
+        return taken;
+    }
+    /// Move an entry of another table here; its slot there counts as used until that one goes.
+    void moveNode(std::uint32_t slot, HashTable &from, std::uint32_t fromSlot) noexcept {
+        hashes()[slot] = from.hashes()[fromSlot];
+        Node *const source = from.node(fromSlot);
+        std::construct_at(node(slot), std::move(*source));
+        std::destroy_at(source);
+    }
+
+  private:
+    /// Hashes that are looked at together; as many sentinels let that run over the end.
+    static constexpr std::uint32_t sentinels = 8;
+    static constexpr std::uint32_t destroyAhead = 12;
+    /// Slots that a search goes through before it leaps.
+    static constexpr std::uint32_t leapAfter = 16;
+
+    explicit HashTable(std::uint32_t slotCount) noexcept : slots_(slotCount) {}
+
+    /// Rounded up so that header and nodes are aligned.
+    static constexpr std::size_t nodesBytes(std::uint32_t slotCount) noexcept {
+        constexpr std::size_t alignment = std::max(alignof(Node), alignof(HashTable));
+        return (sizeof(Node) * slotCount + alignment - 1) / alignment * alignment;
+    }
+    static constexpr std::size_t bytes(std::uint32_t slotCount) noexcept {
+        return nodesBytes(slotCount) + sizeof(HashTable) +
+               sizeof(std::uint32_t) * (slotCount + sentinels);
+    }
+    [[nodiscard]] std::uint32_t *hashes() noexcept {
+        return reinterpret_cast<std::uint32_t *>(this + 1);
+    }
+    [[nodiscard]] std::uint32_t const *hashes() const noexcept {
+        return reinterpret_cast<std::uint32_t const *>(this + 1);
+    }
+    [[nodiscard]] bool isBelow(std::uint32_t slot, std::uint32_t hash) const noexcept {
+        return hashes()[slot] - 1 < hash - 1; // a free slot is not: it wraps to the largest
+    }
+    /// How many of the slots from there on are below: 8, or the number before the first that is
+    /// not.
+    [[nodiscard]] std::uint32_t countBelow(std::uint32_t slot, std::uint32_t hash) const noexcept;
+    /// The first slot from the hash's home on that is free or holds no smaller hash.
+    [[nodiscard]] std::uint32_t firstNotBelow(std::uint32_t hash, unsigned bits) noexcept {
+        std::uint32_t const slot = home(hash, bits);
+        __builtin_prefetch(node(slot)); // on its way while the hashes are compared
+        std::uint32_t const count = countBelow(slot, hash);
+        return count < sentinels ? slot + count : firstNotBelowFar(slot + count, hash);
+    }
+    [[nodiscard, gnu::noinline]] std::uint32_t firstNotBelowFar(std::uint32_t slot,
+                                                                std::uint32_t hash) const noexcept;
+    [[nodiscard, gnu::cold, gnu::noinline]] std::uint32_t leap(std::uint32_t slot,
+                                                               std::uint32_t hash) const noexcept;
+
+    std::uint32_t slots_;
+};
+
+template <class Node, class Traits>
+std::uint32_t HashTable<Node, Traits>::countBelow(std::uint32_t slot,
+                                                  std::uint32_t hash) const noexcept {
+#ifdef __SSE2__
+    // Unsigned order as signed order: subtracting 1 and flipping the sign bit is one addition.
+    __m128i const shift = _mm_set1_epi32(0x7FFFFFFF);
+    __m128i const limit = _mm_add_epi32(_mm_set1_epi32(static_cast<int>(hash)), shift);
+    auto const *const group = reinterpret_cast<__m128i const *>(hashes() + slot);
+    __m128i const low = _mm_cmpgt_epi32(limit, _mm_add_epi32(_mm_loadu_si128(group), shift));
+    __m128i const high = _mm_cmpgt_epi32(limit, _mm_add_epi32(_mm_loadu_si128(group + 1), shift));
+    auto const below = static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi32(low, high)));
+    return static_cast<std::uint32_t>(std::countr_one(below)) / 2;
+#else
+    std::uint32_t count = 0;
+    while (count < sentinels && isBelow(slot + count, hash)) {
+        ++count;
+    }
+    return count;
+#endif
+}
+
+template <class Node, class Traits>
+std::uint32_t HashTable<Node, Traits>::firstNotBelowFar(std::uint32_t slot,
+                                                        std::uint32_t hash) const noexcept {
+    std::uint32_t const count = countBelow(slot, hash);
+    return count < sentinels ? slot + count : leap(slot + count, hash);
+}
+
+/// A slot behind the home that holds a smaller hash has only such slots between, so the search may
+/// leap. It does where runs are long, that is while a map is copied in the order of its walk into a
+/// smaller one of its own type.
+template <class Node, class Traits>
+std::uint32_t HashTable<Node, Traits>::leap(std::uint32_t slot, std::uint32_t hash) const noexcept {
+    if (!isBelow(slot, hash)) {
+        return slot;
+    }
+    std::uint32_t step = leapAfter;
+    while (step < slots_ - slot && isBelow(slot + step, hash)) {
+        slot += step;
+        step *= 2;
+    }
+    for (; step != 0; step /= 2) {
+        if (step < slots_ - slot && isBelow(slot + step, hash)) {
+            slot += step;
+        }
+    }
+    return slot + 1;
+}
+
+} // namespace Qor::Impl
