@@ -1,5 +1,5 @@
-// What the C library's allocator has handed out. One of the two programs counts (HeapCounted.cpp), the other
-// does not (HeapUncounted.cpp), since counting takes time.
+// What the C library's allocator has handed out. One of the two programs counts (HeapCounted.cpp),
+// the other does not (HeapUncounted.cpp), since counting takes time.
 #pragma once
 
 #include <cstdint>
