@@ -208,6 +208,7 @@ class InputChildSm final : public Quam::Gen::InputStateMachine,
     void handleKeyReactor(MemberKey memberKey);
     /// Tell the root that every member is gone.
     void doDeleteAll();
+    /// Every change of a member comes this way: one function, with all that it calls inside.
     [[gnu::flatten]] static void enDispatch(Nuvio::Publisher *, Nuvio::Subscriber *subscriber,
                                             short attributeId, void const *memberKey,
                                             void const *) noexcept;

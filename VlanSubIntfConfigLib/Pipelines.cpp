@@ -48,8 +48,8 @@ constexpr std::uint32_t nearAhead = 12;
 
 } // namespace
 
-// The merge. Inline, for it is the body of both streams' loops. `seen` is where the member is
-// recorded while the output is to be reconciled; null afterwards.
+// The merge. Inline, for it is the body of both streams' loops, which have passed the gate. `seen`
+// is where the member is recorded while the output is to be reconciled; null afterwards.
 
 [[gnu::always_inline]] inline void ConfigSm::mergeInto(VlanSubIntf &vlanSubIntf,
                                                        LagPhyIntfOutputColl *seen,
@@ -94,7 +94,7 @@ void ConfigSm::eventToVlanConfigStream(
     Bridging::VlanId vlanId, Iftel::IntfId intfId,
     Qor::Optional<Bridging::VlanPortConfig> const &vlanPortConfig) {
     if (!initialScanDone_) {
-        memberCounted(intfId);
+        memberCounted(intfId, vlanPortConfig.hasValue());
         return;
     }
     VLAN_STREAM_TRACE(7, fromVlanConfig,
@@ -159,7 +159,7 @@ void ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
     if (phyIntf.empty()) {
         return;
     }
-    auto const seen = lagPhyIntfSeen(vlanSubIntf);
+    auto const seen = vlanSubIntf->inDirectory() ? lagPhyIntfSeen(vlanSubIntf) : nullptr;
     for (auto member = phyIntf.iterator(); member; member.advance()) {
         VLAN_STREAM_TRACE(9, foreachPhyIntf, "Flattening element: {}", printed(member.key()));
         merge(vlanId, intfId, *vlanSubIntf, seen.get(), member.key(), true);
@@ -238,7 +238,8 @@ void ConfigSm::eventToLagUpdateStream(
             near->beside()->lagPhyIntf().prefetch();
         }
         auto const &[intfId, vlanId] = vidIntf.key();
-        if (auto const *const node = vidIntf.node(); node && node->beside()) {
+        if (auto const *const node = vidIntf.node();
+            node && node->beside() && node->beside()->inDirectory()) {
             auto const seen = lagPhyIntfSeen(node->beside());
             merge(vlanId, intfId, *node->beside(), seen.get(), lagMemberId, add);
         } else {

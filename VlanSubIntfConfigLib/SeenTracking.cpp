@@ -4,6 +4,8 @@
 #include "VlanSubIntfConfigLib/SeenColl.h"
 #include "VlanSubIntfConfigLib/VlanSubIntfConfigLib.h"
 
+#include <algorithm>
+
 namespace VlanSubIntfConfigLib {
 
 LagPhyIntfOutputColl::LagPhyIntfOutputColl(Qor::Ptr<VlanSubIntf> const &subIntf)
@@ -27,7 +29,7 @@ void ConfigSm::vlanSubIntfConfigDirConfigIntfOutputSeenDel(ConfigIntfOutputKey c
 }
 
 void ConfigSm::vlanSubIntfConfigDirConfigIntfOutputSeenDelAll() {
-    configIntfSeen_.emptyLater();
+    recordEmpty(configIntfSeen_);
 }
 
 bool ConfigSm::vlanSubIntfConfigDirConfigIntfOutputSeenHas(
@@ -53,20 +55,30 @@ ConfigSm::vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenDel(
 }
 
 void ConfigSm::vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenDelAll() {
-    lagPhyIntfPtrSeen_.emptyLater();
+    recordEmpty(lagPhyIntfPtrSeen_);
 }
 
-void ConfigSm::memberCounted(Iftel::IntfId intfId) noexcept {
-    bool const isSubIntf = Iftel::SubIntfId::isSubIntfId(intfId);
-    bool const ridesOnLag = isSubIntf && Iftel::PortChannelIntfId::isPortChannelIntfId(intfId);
-    subIntfsCounted_ += isSubIntf ? 1U : 0U;
-    lagSubIntfsCounted_ += ridesOnLag ? 1U : 0U;
+void ConfigSm::memberCounted(Iftel::IntfId intfId, bool isThere) noexcept {
+    if (!isThere || !Iftel::SubIntfId::isSubIntfId(intfId)) {
+        return;
+    }
+    ++subIntfsCounted_;
+    if (Iftel::PortChannelIntfId::isPortChannelIntfId(intfId)) {
+        auto const *const lag = lagPhyIntfMapping_->lagPhyIntfConfig().lookupNodeG(
+            Iftel::SubIntfId::parentIntfId(intfId));
+        lagSubIntfsCounted_ += lag && !lag->value()->phyIntf().empty() ? 1U : 0U;
+    }
 }
 
 void ConfigSm::seenReserve() {
-    lagPhyIntfPtrSeen_.reserve(lagSubIntfsCounted_);
+    // A member that changed while it was scanned was counted more than once.
+    std::uint32_t members = 0;
+    for (auto const &[vlanId, vlanConfig] : bridgingConfig_->vlanConfig()) {
+        members += vlanConfig->intf().size();
+    }
+    lagPhyIntfPtrSeen_.reserve(std::min(lagSubIntfsCounted_, members));
     if (configIntfReconciling_) {
-        configIntfSeen_.reserve(subIntfsCounted_);
+        configIntfSeen_.reserve(std::min(subIntfsCounted_, members));
     }
 }
 

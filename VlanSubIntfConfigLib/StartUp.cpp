@@ -109,8 +109,8 @@ void ConfigSm::handleInitialScanDone() {
         return;
     }
     ROOT_TRACE(9, "Initial scan done for child SMs. Now scanning with events triggered.");
+    seenReserve(); // may throw: nothing is done yet
     initialScanDone_ = true;
-    seenReserve();
     inputSmScanState_->lagUpdateStreamScanIs(false);
     inputSmScanState_->vlanConfigStreamScanIs(false);
     startSecondScan(lagPhyIntfConfigSm2_, synchronous_);

@@ -95,8 +95,8 @@ ConfigSm::~ConfigSm() {
     outputStateDel();
     lagPhyIntfConfigSm2Del();
     vlanConfigSm0Del();
-    lagPhyIntfPtrSeen_.emptyLater();
-    configIntfSeen_.emptyLater();
+    recordEmpty(lagPhyIntfPtrSeen_); // nobody finds them any more, whenever they go
+    recordEmpty(configIntfSeen_);
     lagPhyIntfTask_.taskDel();
     configIntfTask_.taskDel();
     localAttrStoreDel();

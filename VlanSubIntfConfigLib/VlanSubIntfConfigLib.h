@@ -298,7 +298,15 @@ class NUVIO_EXPORT ConfigSm final : public Qor::PtrInterface, public Qor::PoolAl
                        Bridging::VlanPortConfig const &vlanPortConfig);
     void memberGone(Bridging::VlanId vlanId, Iftel::IntfId intfId);
     [[nodiscard]] bool passesPortChannelFilter(Iftel::IntfId intfId) const;
-    void memberCounted(Iftel::IntfId intfId) noexcept;
+    void memberCounted(Iftel::IntfId intfId, bool isThere) noexcept;
+    /// Empty a record: in later turns, where the machine has turns.
+    template <class Record> void recordEmpty(Record &record) noexcept {
+        if (synchronous_) {
+            record.emptyAllBuckets();
+        } else {
+            record.emptyLater();
+        }
+    }
     /// Make room for what was counted.
     void seenReserve();
     /// The merge for a caller that has the entry at hand. Who hears of it may let go of everything
@@ -340,7 +348,8 @@ class NUVIO_EXPORT ConfigSm final : public Qor::PtrInterface, public Qor::PoolAl
     DovraCode::TaskSlot configIntfTask_;
     ConfigIntfOutputKey configIntfBookmark_;
 
-    /// What the records will hold, counted by the first scan: so they need not grow in the second.
+    /// What the records are going to hold, as far as the first scan could tell: so they need not
+    /// grow in the second.
     std::uint32_t subIntfsCounted_ = 0;
     std::uint32_t lagSubIntfsCounted_ = 0;
 

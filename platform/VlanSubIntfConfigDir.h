@@ -93,7 +93,7 @@ class NUVIO_EXPORT VlanSubIntfConfig final : public Qor::DerivedEntity,
 
     explicit VlanSubIntfConfig(Bridging::VlanId id, bool inDirectory = false) noexcept
         : vlanId_(id), inDirectory_(inDirectory) {}
-    ~VlanSubIntfConfig() override;
+    ~VlanSubIntfConfig() override { letGo(); }
 
     [[nodiscard]] Bridging::VlanId vlanId() const noexcept { return vlanId_; }
 
@@ -117,6 +117,9 @@ class NUVIO_EXPORT VlanSubIntfConfig final : public Qor::DerivedEntity,
   private:
     friend class VlanSubIntf;
     friend class VlanSubIntfConfigDir;
+
+    /// It leaves the directory, and its entries with it.
+    void letGo() noexcept;
 
     IntfMap intf_;
     Bridging::VlanId vlanId_;
@@ -161,6 +164,7 @@ class NUVIO_EXPORT VlanSubIntfConfigDir final : public Qor::DerivedEntity,
   private:
     friend Qor::Ptr<VlanSubIntfConfigDir> Qor::make<VlanSubIntfConfigDir>();
     VlanSubIntfConfigDir() noexcept = default;
+    ~VlanSubIntfConfigDir() override;
 
     ConfigMap config_;
 };

@@ -64,8 +64,8 @@ class NUVIO_EXPORT Subscriber {
 class NUVIO_EXPORT Publisher {
   public:
     Publisher() noexcept = default;
-    /// Leaves its subscribers unregistered, and ends a delivery of its own that is under way: one
-    /// that is has a subscriber still to call.
+    /// Leaves its subscribers unregistered, and ends a delivery of its own that is under way. A
+    /// delivery that has somebody left to call implies a subscriber.
     ~Publisher() {
         if (first_) [[unlikely]] {
             letGo();

@@ -125,6 +125,9 @@ bool TaskScheduler::runTask() {
     share_->runBegins();
     task->run();
     running_ = nullptr;
+    if (Qor::Reclaimer::hasWork()) { // a little, so that it ends where a task is always ready
+        Qor::Reclaimer::step();
+    }
     return true;
 }
 

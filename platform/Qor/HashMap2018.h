@@ -12,6 +12,7 @@
 //   deleteMemberG            O(1) expected           stay, also one that stands on the entry
 //   replaceValue             O(1)                    stay
 //   emptyAllBuckets          O(n)                    stay, and reach the end at the next advance()
+//   emptyLater               O(1) for a large map    the same
 //   Iterator::advance        O(1); one look-up after a change
 //
 // References and node pointers are valid until the next insertion or deletion. A range-for loop
@@ -24,14 +25,16 @@
 // Two layouts:
 //   small   up to 8 entries, in the order in which they came. A look-up compares keys and needs no
 //           hash; the order of the walk is found when one begins, and kept until the next change.
+//           Reading changes what is kept for the next reading: no two threads at once.
 //           The first array takes 8 entries of up to 16 bytes, or 4 larger ones.
 //   table   entries in order in an array of a power of two of home slots, see HashMapTable.h. Maps
 //           whose key is read from the value are tables at any size: comparing keys would touch
 //           every value.
 //
-// TypeConstant goes into the seed, so that two containers of one key type order differently and
-// copying one into another stays linear. With a KeyOf functor the key is not stored but read from
-// the value. Value void makes a set, Beside<T> one whose owner keeps a T with each key.
+// TypeConstant goes into the seed: containers of one key type with different constants order
+// differently, and copying one into another stays linear; with one constant they order alike. With
+// a KeyOf functor the key is not stored but read from the value. Value void makes a set, Beside<T>
+// one whose owner keeps a T with each key.
 //
 //     HashMap2018<VlanId, Qor::Ptr<IntfSm1>, 3954338504, ChildSmKeyFunktor> childSm;
 //     for (auto it = map.iteratorFrom(bookmark); it; it.advance()) { ... it.key() ... }
@@ -66,7 +69,10 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
     class RangeIterator;
 
     static constexpr std::uint32_t typeConstant = TypeConstant;
-    static_assert(std::is_nothrow_move_constructible_v<Node>, "entries move when neighbours come");
+    static_assert(std::is_nothrow_move_constructible_v<Node> &&
+                      std::is_nothrow_move_assignable_v<Node>,
+                  "entries move when neighbours come and go");
+    static_assert(alignof(Node) <= alignof(std::max_align_t), "as the pool aligns arrays");
 
     /// `sizeHint`: entries to make room for at once.
     explicit HashMap2018(std::uint32_t sizeHint = 0) { reserve(sizeHint); }
@@ -81,7 +87,7 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
         return isSmall() ? count_ & smallSizeMask : count_;
     }
     [[nodiscard]] bool empty() const noexcept { return size() == 0; }
-    /// Home slots of the array; 0 before the first insertion.
+    /// Home slots of the array; 0 while there is none.
     [[nodiscard]] std::uint32_t capacity() const noexcept { return array_ ? 1U << homeBits() : 0; }
     /// The modification stamp, 23 bits.
     [[nodiscard]] std::uint32_t stamp() const noexcept { return state_ >> 8 & 0x7fffff; }
@@ -98,7 +104,7 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
             __builtin_prefetch(array_);
         }
     }
-    /// Have the first cache line of the array fetched: a small map is there.
+    /// Have the first cache line of a small map's array fetched.
     void prefetch() const noexcept { __builtin_prefetch(array_); }
 
     // Mutators.
@@ -384,7 +390,10 @@ template <class K, class V, std::uint32_t C, class KeyOf>
 class HashMap2018<K, V, C, KeyOf>::Discarded final : public Reclaimer::Discarded {
   public:
     explicit Discarded(Table &table) noexcept : table_(table) {}
-    ~Discarded() override { table_.release(); }
+    ~Discarded() override {
+        table_.destroyFrom(slot_, table_.slots());
+        table_.release();
+    }
     bool step() noexcept override {
         std::uint32_t const end = std::min(slot_ + slotsPerStep, table_.slots());
         table_.destroyFrom(slot_, end);
@@ -430,7 +439,7 @@ template <class K, class V, std::uint32_t C, class KeyOf>
 std::uint32_t HashMap2018<K, V, C, KeyOf>::smallOrder() const noexcept {
     std::uint32_t const entries = size();
     std::array<std::uint32_t, 1U << smallHomeBits>
-        hashes; // NOLINT: only `entries` of them are used
+        hashes; // NOLINT(*-member-init): only `entries` of them are used
     std::array<std::uint32_t, 1U << smallHomeBits> place{};
     for (std::uint32_t i = 0; i < entries; ++i) {
         View const key = Traits::view(smallNodes()[i].key());

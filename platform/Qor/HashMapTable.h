@@ -172,7 +172,7 @@ template <class Node, class Traits> class alignas(8) HashTable {
             ++gap;
         }
         for (; gap != slot; --gap) {
-            moveNode(gap, *this, gap - 1);
+            moveNode(gap, gap - 1);
         }
         return true;
     }
@@ -190,17 +190,10 @@ template <class Node, class Traits> class alignas(8) HashTable {
             if (hash == freeSlot || home(hash, bits) == next) {
                 break;
             }
-            moveNode(slot, *this, next);
+            moveNode(slot, next);
         }
         hashes()[slot] = freeSlot;
         return taken;
-    }
-    /// Move an entry of another table here; its slot there counts as used until that one goes.
-    void moveNode(std::uint32_t slot, HashTable &from, std::uint32_t fromSlot) noexcept {
-        hashes()[slot] = from.hashes()[fromSlot];
-        Node *const source = from.node(fromSlot);
-        std::construct_at(node(slot), std::move(*source));
-        std::destroy_at(source);
     }
 
   private:
@@ -211,6 +204,12 @@ template <class Node, class Traits> class alignas(8) HashTable {
     static constexpr std::uint32_t leapAfter = 16;
 
     explicit HashTable(std::uint32_t slotCount) noexcept : slots_(slotCount) {}
+
+    void moveNode(std::uint32_t slot, std::uint32_t from) noexcept {
+        hashes()[slot] = hashes()[from];
+        std::construct_at(node(slot), std::move(*node(from)));
+        std::destroy_at(node(from));
+    }
 
     /// Rounded up so that header and nodes are aligned.
     static constexpr std::size_t nodesBytes(std::uint32_t slotCount) noexcept {

@@ -68,7 +68,7 @@ Regions regions;
 
 // Blocks above Pool::maxPooled that are kept: eight classes a doubling.
 
-constexpr unsigned stepsPerDoubling = 8;
+constexpr std::size_t stepsPerDoubling = 8;
 constexpr unsigned firstKeptBits = std::bit_width(Pool::maxPooled) - 1;
 
 struct KeptClass {

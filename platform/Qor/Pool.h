@@ -100,7 +100,7 @@ struct CensusLine {
     friend bool operator==(CensusLine const &, CensusLine const &) = default;
 };
 
-/// Every tracked type, by name.
+/// Every tracked type, by name. What the Reclaimer still has is taken apart first.
 NUVIO_EXPORT std::vector<CensusLine> census();
 
 /// Counts of one type. Instances have static storage and list themselves in the census.

@@ -1,6 +1,8 @@
 #include "platform/Qor/Reclaimer.h"
 
 #include "platform/Nuvio/Assert.h"
+#include "platform/Nuvio/Ptr.h"
+#include "platform/Qor/PtrInterface.h"
 
 #include <deque>
 #include <exception>
@@ -29,7 +31,7 @@ void takeApart(Discarded const &discarded) noexcept {
 } // namespace
 
 void Reclaimer::take(std::unique_ptr<Discarded> discarded) noexcept {
-    if (runners != 0) {
+    if (runners != 0 && !VFPtrInterface::threadSafePointers_) {
         try {
             queue().push_back(std::move(discarded));
             return;
@@ -61,11 +63,12 @@ void Reclaimer::drain() noexcept {
 }
 
 Reclaimer::Runner::Runner() noexcept {
-    ++runners;
+    Nuvio::Impl::countAdd(runners, 1U, VFPtrInterface::threadSafePointers_);
 }
 
 Reclaimer::Runner::~Runner() {
-    if (--runners == 0) {
+    bool const shared = VFPtrInterface::threadSafePointers_;
+    if (Nuvio::Impl::countAdd(runners, ~0U, shared) == 0 && !shared) {
         drain();
     }
 }

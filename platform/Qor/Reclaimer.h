@@ -9,7 +9,8 @@
 // Without a scheduler in the process nobody would ever come to it: then everything is taken apart
 // at once. The census drains it first, so that what it lists as alive is what somebody can reach.
 //
-// Everything happens on the thread of the event loop.
+// Everything happens on the thread of the event loop. While VFPtrInterface::threadSafePointers_ is
+// on, a last release may hand something over on any thread: then, too, it is taken apart at once.
 #pragma once
 
 #include "platform/Nuvio/Export.h"

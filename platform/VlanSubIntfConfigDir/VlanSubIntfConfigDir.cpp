@@ -25,7 +25,8 @@ Qor::FwkType VlanSubIntf::fwkType() const noexcept {
     return {&module, 2};
 }
 
-VlanSubIntfConfig::~VlanSubIntfConfig() {
+void VlanSubIntfConfig::letGo() noexcept {
+    inDirectory_ = false;
     for (auto const &[id, vlanSubIntf] : intf_) {
         vlanSubIntf->config_ = nullptr; // it may live on
     }
@@ -45,9 +46,15 @@ Qor::Ptr<VlanSubIntfConfigDir> VlanSubIntfConfigDir::VlanSubIntfConfigDirIs() {
     return Qor::make<VlanSubIntfConfigDir>();
 }
 
+VlanSubIntfConfigDir::~VlanSubIntfConfigDir() {
+    for (auto const &[id, config] : config_) {
+        config->letGo();
+    }
+}
+
 void VlanSubIntfConfigDir::configDel(Bridging::VlanId id) {
     memberDel(config_, configAttribute, id,
-              [](ConfigMap::Node const &removed) { removed.value()->inDirectory_ = false; });
+              [](ConfigMap::Node const &removed) { removed.value()->letGo(); });
 }
 
 std::span<Qor::Attribute const> VlanSubIntfConfigDir::qorAttributes() noexcept {

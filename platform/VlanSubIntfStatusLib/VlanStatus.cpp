@@ -23,7 +23,7 @@ void VlanStatus::intfToVlanMapIs(VidIntf const &pair, Entry const &entry) {
     if (isNew) {
         VidIntf const key = pair;
         publishChange(intfToVlanMapAttribute, &key);
-    } else if (!(node->beside_ == entry)) {
+    } else if (node->beside_ != entry) {
         node->beside_ = entry;
     }
 }
