@@ -40,14 +40,6 @@ namespace VlanSubIntfConfigLib {
 
 using DovraCode::printed;
 
-namespace {
-
-// How many pairs ahead of the LAG stream an entry is fetched, and how many its set of members.
-constexpr std::uint32_t farAhead = 24;
-constexpr std::uint32_t nearAhead = 12;
-
-} // namespace
-
 // The merge. Inline, for it is the body of both streams' loops, which have passed the gate. `seen`
 // is where the member is recorded while the output is to be reconciled; null afterwards.
 
@@ -231,12 +223,6 @@ void ConfigSm::eventToLagUpdateStream(
     for (auto vidIntf = pairs.iterator(); vidIntf; vidIntf.advance()) {
         ROOT_TRACE(9, __func__, foreachVidIntf, "Flattening element: {}",
                    fmt::streamed(vidIntf.key()));
-        if (auto const *const far = vidIntf.ahead(farAhead)) {
-            __builtin_prefetch(far->beside().get());
-        }
-        if (auto const *const near = vidIntf.ahead(nearAhead); near && near->beside()) {
-            near->beside()->lagPhyIntf().prefetch();
-        }
         auto const &[intfId, vlanId] = vidIntf.key();
         if (auto const *const node = vidIntf.node();
             node && node->beside() && node->beside()->inDirectory()) {
