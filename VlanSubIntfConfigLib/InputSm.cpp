@@ -188,7 +188,6 @@ template <class Stream> void InputChildSm<Stream>::doInputScan() {
                           : members.iterator();
     std::uint32_t iterations = 0;
     while (member) {
-        CHILD_TRACE(8, Stream::handleMember, "k: {}", printed(member.key()));
         tell(member.key(), member.node());
         ++iterations;
         if (!root()) {
@@ -234,12 +233,12 @@ template <class Stream> void InputChildSm<Stream>::handleKey(MemberKey memberKey
     if (!initialized() || !root()) {
         return;
     }
-    CHILD_TRACE(8, Stream::handleMember, "k: {}", printed(memberKey));
     tell(memberKey, Stream::members(*en_).lookupNodeG(memberKey));
 }
 
 /// `member` is what the element has under the key; null: nothing.
 template <class Stream> void InputChildSm<Stream>::tell(MemberKey memberKey, Member const *member) {
+    CHILD_TRACE(8, Stream::handleMember, "k: {}", printed(memberKey));
     intfVersionSeen_ = Stream::members(*en_).stamp();
     Stream::event(*root(), key(), memberKey,
                   member ? typename Stream::Value(member->value()) : typename Stream::Value());

@@ -151,7 +151,7 @@ void ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
     if (phyIntf.empty()) {
         return;
     }
-    auto const seen = vlanSubIntf->inDirectory() ? lagPhyIntfSeen(vlanSubIntf) : nullptr;
+    auto const seen = lagPhyIntfSeen(vlanSubIntf);
     for (auto member = phyIntf.iterator(); member; member.advance()) {
         VLAN_STREAM_TRACE(9, foreachPhyIntf, "Flattening element: {}", printed(member.key()));
         merge(vlanId, intfId, *vlanSubIntf, seen.get(), member.key(), true);
@@ -224,8 +224,7 @@ void ConfigSm::eventToLagUpdateStream(
         ROOT_TRACE(9, __func__, foreachVidIntf, "Flattening element: {}",
                    fmt::streamed(vidIntf.key()));
         auto const &[intfId, vlanId] = vidIntf.key();
-        if (auto const *const node = vidIntf.node();
-            node && node->beside() && node->beside()->inDirectory()) {
+        if (auto const *const node = vidIntf.node(); node && node->beside()) {
             auto const seen = lagPhyIntfSeen(node->beside());
             merge(vlanId, intfId, *node->beside(), seen.get(), lagMemberId, add);
         } else {

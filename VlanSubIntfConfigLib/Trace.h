@@ -63,6 +63,7 @@ inline constexpr std::array all{
     intoLagPhyIntf};
 
 } // namespace Statements
+
 /// An argument of a trace line: a value that is printed by dovraPrint() when the line is formatted.
 template <class T> struct Printed { T value; };
 /// Small values are copied, so that they need not be in memory for a line that is not wanted.

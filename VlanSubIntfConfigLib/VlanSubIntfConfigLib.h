@@ -316,10 +316,10 @@ class NUVIO_EXPORT ConfigSm final : public Qor::PtrInterface, public Qor::PoolAl
     void mergeInto(VlanSubIntf &vlanSubIntf, LagPhyIntfOutputColl *seen, Iftel::IntfId lagMemberId,
                    bool add);
     /// The record of the members written under a subinterface, made empty if it is missing; null
-    /// when the output is reconciled.
+    /// when the output is reconciled, and for an entry that has left the directory.
     [[nodiscard]] Qor::Ptr<LagPhyIntfOutputColl>
     lagPhyIntfSeen(Qor::Ptr<VlanSubIntf> const &vlanSubIntf) {
-        return lagPhyIntfReconciling_
+        return lagPhyIntfReconciling_ && vlanSubIntf->inDirectory()
                    ? vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeenIs(vlanSubIntf)
                    : nullptr;
     }

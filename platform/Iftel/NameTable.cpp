@@ -60,6 +60,15 @@ Nuvio::String const *NameTable::nameOf(IntfId id) const {
     return found == names_.end() ? nullptr : &found->second;
 }
 
+std::vector<IntfId> NameTable::ids() const {
+    std::vector<IntfId> all;
+    all.reserve(names_.size());
+    for (auto const &[id, name] : names_) {
+        all.push_back(id);
+    }
+    return all;
+}
+
 void NameTable::resetForTest() {
     ids_.clear();
     names_.clear();

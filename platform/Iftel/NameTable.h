@@ -22,6 +22,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 namespace Iftel {
 
@@ -42,7 +43,9 @@ class NUVIO_EXPORT NameTable {
     [[nodiscard]] std::optional<IntfId> lookup(std::string_view name) const;
     /// The registered name of an identifier; null for one that is not registered.
     [[nodiscard]] Nuvio::String const *nameOf(IntfId id) const;
-    /// Identifiers that are registered.
+    /// The registered identifiers, in no order.
+    [[nodiscard]] std::vector<IntfId> ids() const;
+    /// How many are registered.
     [[nodiscard]] std::size_t size() const noexcept { return names_.size(); }
 
     /// Forget everything and number from the start.

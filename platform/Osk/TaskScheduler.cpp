@@ -122,6 +122,7 @@ bool TaskScheduler::runTask() {
     }
     dequeue(*task);
     running_ = task.get();
+    lastRun_ = task->taskName();
     share_->runBegins();
     task->run();
     running_ = nullptr;
@@ -147,12 +148,12 @@ bool TaskScheduler::reclaim() {
     if (!Qor::Reclaimer::hasWork()) {
         return false;
     }
+    static Nuvio::String const name("reclaimer");
+    lastRun_ = name;
     share_->runBegins();
-    bool isUsed = false;
-    while (!isUsed &&
-           Qor::Reclaimer::hasWork()) { // a share may look at the census, which drains it
+    // It may have no more to do: a share may look at the census, which drains it.
+    for (bool isUsed = false; !isUsed && Qor::Reclaimer::hasWork(); isUsed = share_->test()) {
         Qor::Reclaimer::step();
-        isUsed = share_->test();
     }
     return true;
 }

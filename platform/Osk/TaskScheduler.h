@@ -44,6 +44,8 @@ class NUVIO_EXPORT TaskScheduler final : public Qor::PtrInterface,
     std::uint64_t runUntilIdle();
     /// A task is ready (requested, and with a subscriber), or the Reclaimer has work.
     [[nodiscard]] bool hasWork() const noexcept;
+    /// Name of the task that ran last, or "reclaimer"; empty before the first run.
+    [[nodiscard]] Nuvio::String const &lastRun() const noexcept { return lastRun_; }
 
     /// A run may take this long (default 5 ms).
     void shareIs(std::chrono::nanoseconds limit) { shareIs(std::make_unique<TimeShare>(limit)); }
@@ -80,6 +82,7 @@ class NUVIO_EXPORT TaskScheduler final : public Qor::PtrInterface,
     mutable std::mutex linesGuard_; ///< for tasks that are released for the last time elsewhere
     std::unique_ptr<Share> share_;
     Task const *running_ = nullptr;
+    Nuvio::String lastRun_;
     Qor::Reclaimer::Runner reclaims_;
 };
 

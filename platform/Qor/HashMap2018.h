@@ -502,7 +502,8 @@ void HashMap2018<K, V, C, KeyOf>::rebuild(unsigned bits) {
 
 template <class K, class V, std::uint32_t C, class KeyOf>
 void HashMap2018<K, V, C, KeyOf>::smallRebuild(unsigned bits) {
-    auto *const bigger = static_cast<Node *>(Impl::mapArrayNew(smallBytes(bits)));
+    auto *const bigger = static_cast<Node *>(
+        Impl::mapArrayCounted(Pool::allocate(smallBytes(bits)), smallBytes(bits)));
     if (array_) {
         Nuvio::HTCnt::incCount(Nuvio::HTCnt::Counter::rehash);
         std::uninitialized_move_n(smallNodes(), size(), bigger);

@@ -14,6 +14,7 @@
 #pragma once
 
 #include "platform/Nuvio/Export.h"
+#include "platform/Qor/HashMapNode.h"
 #include "platform/Qor/Pool.h"
 
 #include <algorithm>
@@ -34,15 +35,8 @@ namespace Qor::Impl {
 /// Where the arrays of all maps are counted.
 NUVIO_EXPORT AllocTrackTypeInfo &hashMapArrays() noexcept;
 
-/// Memory of an array of some map, counted.
-inline void *mapArrayNew(std::size_t bytes) {
-    void *const array = Pool::allocate(bytes);
-    hashMapArrays().trackArray(bytes);
-    return array;
-}
-/// The same, of zeros: a large one is not touched.
-inline void *mapArrayNewZeroed(std::size_t bytes) {
-    void *const array = Pool::allocateZeroed(bytes);
+/// The memory of an array of some map, now counted.
+inline void *mapArrayCounted(void *array, std::size_t bytes) noexcept {
     hashMapArrays().trackArray(bytes);
     return array;
 }
@@ -79,9 +73,10 @@ template <class Node, class Traits> class alignas(8) HashTable {
 
     /// An empty table of so many slots. Throws std::bad_alloc.
     [[nodiscard]] static HashTable *make(std::uint32_t slotCount) {
-        bool const isLarge = bytes(slotCount) > Pool::maxKept;
-        auto *const block = static_cast<std::byte *>(isLarge ? mapArrayNewZeroed(bytes(slotCount))
-                                                             : mapArrayNew(bytes(slotCount)));
+        std::size_t const size = bytes(slotCount);
+        bool const isLarge = size > Pool::maxKept; // then it is not touched before it is written
+        auto *const block = static_cast<std::byte *>(
+            mapArrayCounted(isLarge ? Pool::allocateZeroed(size) : Pool::allocate(size), size));
         auto *const table = new (block + nodesBytes(slotCount)) HashTable(slotCount);
         if (!isLarge) {
             std::memset(table->hashes(), 0, sizeof(std::uint32_t) * slotCount);

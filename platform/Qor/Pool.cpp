@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -31,8 +30,7 @@ constexpr bool pooling = true;
 
 constexpr std::size_t cacheLine = 64;
 constexpr std::size_t slabBytes = std::size_t{64} * 1024;
-constexpr std::size_t regionBytes = slabBytes;
-static_assert(regionBytes >= Pool::maxKept);
+static_assert(slabBytes >= Pool::maxKept);
 
 std::int64_t failCountdown = -1;
 
@@ -47,64 +45,11 @@ std::unique_lock<std::mutex> lockIfShared() {
                                                : std::unique_lock<std::mutex>();
 }
 
-/// The memory that slabs and the larger kept blocks are cut from, in the order in which they come.
-class Regions {
-  public:
-    std::byte *take(std::size_t bytes) {
-        if (static_cast<std::size_t>(end_ - fresh_) < bytes) {
-            fresh_ =
-                static_cast<std::byte *>(::operator new(regionBytes, std::align_val_t(cacheLine)));
-            end_ = fresh_ + regionBytes;
-        }
-        return std::exchange(fresh_, fresh_ + bytes);
-    }
-
-  private:
-    std::byte *fresh_ = nullptr;
-    std::byte *end_ = nullptr;
-};
-
-Regions regions;
-
-// Blocks above Pool::maxPooled that are kept: eight classes a doubling.
-
-constexpr std::size_t stepsPerDoubling = 8;
-constexpr unsigned firstKeptBits = std::bit_width(Pool::maxPooled) - 1;
-
-struct KeptClass {
-    std::size_t index;
-    std::size_t blockBytes;
-};
-
-constexpr KeptClass keptClassOf(std::size_t size) noexcept {
-    auto const doubling = static_cast<unsigned>(std::bit_width(size - 1)) - 1;
-    std::size_t const step = (std::size_t{1} << doubling) / stepsPerDoubling;
-    std::size_t const steps = (size - 1) / step + 1; // 9 to 16
-    return {(doubling - firstKeptBits) * stepsPerDoubling + steps - stepsPerDoubling - 1,
-            steps * step};
-}
-constexpr std::size_t keptClasses = keptClassOf(Pool::maxKept).index + 1;
-static_assert(keptClassOf(Pool::maxPooled + 1).index == 0);
-
-struct KeptBlock {
-    KeptBlock *next;
-};
-std::array<KeptBlock *, keptClasses> kept;
-
 void *orThrow(void *block) {
     if (!block) {
         throw std::bad_alloc();
     }
     return block;
-}
-
-void *allocateKept(std::size_t size) {
-    auto const [index, blockBytes] = keptClassOf(size);
-    if (KeptBlock *const block = kept[index]) {
-        kept[index] = block->next;
-        return block;
-    }
-    return regions.take(blockBytes);
 }
 
 std::vector<AllocTrackTypeInfo const *> &trackedTypes() {
@@ -115,7 +60,17 @@ std::vector<AllocTrackTypeInfo const *> &trackedTypes() {
 } // namespace
 
 constinit std::array<Pool::SizeClass, Pool::maxPooled / Pool::granule> Pool::small_{};
+constinit std::array<Pool::FreeBlocks, Pool::keptClasses> Pool::kept_{};
+constinit Pool::Slab Pool::keptSlab_{};
 constinit bool Pool::isPlain_ = pooling;
+
+void *Pool::Slab::cut(std::size_t bytes) {
+    if (static_cast<std::size_t>(end_ - fresh_) < bytes) {
+        fresh_ = static_cast<std::byte *>(::operator new(slabBytes, std::align_val_t(cacheLine)));
+        end_ = fresh_ + slabBytes;
+    }
+    return std::exchange(fresh_, fresh_ + bytes);
+}
 
 void Pool::failIfAsked() {
     if (failCountdown >= 0 && failCountdown-- == 0) [[unlikely]] {
@@ -129,12 +84,15 @@ void *Pool::allocateAnyhow(std::size_t size) {
     if (!pooling || size > maxKept) {
         return orThrow(std::malloc(size));
     }
+    static_assert(keptClassOf(maxPooled + 1).index == 0);
+    static_assert(keptClassOf(maxKept).index + 1 == keptClasses);
     auto const lock = lockIfShared();
     if (size > maxPooled) {
-        return allocateKept(size);
+        auto const [index, blockBytes] = keptClassOf(size);
+        return kept_[index].empty() ? keptSlab_.cut(blockBytes) : kept_[index].take();
     }
-    std::size_t const index = smallClassOf(size);
-    return allocateSmall(small_[index], (index + 1) * granule);
+    auto &[freed, slab] = small_[smallClassOf(size)];
+    return freed.empty() ? slab.cut((smallClassOf(size) + 1) * granule) : freed.take();
 }
 
 void *Pool::allocateZeroed(std::size_t size) {
@@ -145,18 +103,6 @@ void *Pool::allocateZeroed(std::size_t size) {
     return orThrow(std::calloc(1, size));
 }
 
-void *Pool::allocateSmall(SizeClass &sizes, std::size_t blockBytes) {
-    if (FreeBlock *const block = sizes.freed) {
-        sizes.freed = block->next;
-        return block;
-    }
-    if (static_cast<std::size_t>(sizes.end - sizes.fresh) < blockBytes) {
-        sizes.fresh = regions.take(slabBytes);
-        sizes.end = sizes.fresh + slabBytes;
-    }
-    return std::exchange(sizes.fresh, sizes.fresh + blockBytes);
-}
-
 void Pool::releaseAnyhow(void *block, std::size_t size) noexcept {
     if (!pooling || size > maxKept) {
         std::free(block);
@@ -164,11 +110,9 @@ void Pool::releaseAnyhow(void *block, std::size_t size) noexcept {
     }
     auto const lock = lockIfShared();
     if (size > maxPooled) {
-        KeptBlock *&first = kept[keptClassOf(size).index];
-        first = new (block) KeptBlock{first};
+        kept_[keptClassOf(size).index].give(block);
     } else {
-        FreeBlock *&freed = small_[smallClassOf(size)].freed;
-        freed = new (block) FreeBlock{freed};
+        small_[smallClassOf(size)].freed.give(block);
     }
 }
 

@@ -21,9 +21,12 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Qor {
@@ -39,10 +42,8 @@ class NUVIO_EXPORT Pool {
     /// up to maxPooled starts at one. Throws std::bad_alloc.
     [[nodiscard]] static void *allocate(std::size_t size) {
         if (size <= maxPooled && isPlain()) [[likely]] {
-            if (FreeBlock *&freed = small_[smallClassOf(size)].freed) [[likely]] {
-                FreeBlock *const block = freed;
-                freed = block->next;
-                return block;
+            if (FreeBlocks &freed = small_[smallClassOf(size)].freed; !freed.empty()) [[likely]] {
+                return freed.take();
             }
         }
         return allocateAnyhow(size);
@@ -53,8 +54,7 @@ class NUVIO_EXPORT Pool {
     /// Give back a block; `size` is what it was allocated with.
     static void release(void *block, std::size_t size) noexcept {
         if (size <= maxPooled && isPlain()) [[likely]] {
-            FreeBlock *&freed = small_[smallClassOf(size)].freed;
-            freed = new (block) FreeBlock{freed};
+            small_[smallClassOf(size)].freed.give(block);
             return;
         }
         releaseAnyhow(block, size);
@@ -66,27 +66,61 @@ class NUVIO_EXPORT Pool {
 
   private:
     static constexpr std::size_t granule = 16;
-    struct FreeBlock {
-        FreeBlock *next;
+    /// Blocks of one size that came back; each holds the pointer to the next.
+    class FreeBlocks {
+      public:
+        [[nodiscard]] bool empty() const noexcept { return first_ == nullptr; }
+        void give(void *block) noexcept { first_ = new (block) Block{first_}; }
+        /// Requires: not empty().
+        [[nodiscard]] void *take() noexcept { return std::exchange(first_, first_->next); }
+
+      private:
+        struct Block {
+            Block *next;
+        };
+        Block *first_ = nullptr;
     };
-    /// Blocks of one size: those given back, and what the newest slab has left.
+    /// What the newest piece of memory has left, of those that are cut into blocks.
+    class Slab {
+      public:
+        [[nodiscard]] void *cut(std::size_t bytes);
+
+      private:
+        std::byte *fresh_ = nullptr;
+        std::byte *end_ = nullptr;
+    };
     struct SizeClass {
-        FreeBlock *freed;
-        std::byte *fresh;
-        std::byte *end;
+        FreeBlocks freed;
+        Slab slab;
     };
 
+    // Blocks above maxPooled: eight classes a doubling.
+    static constexpr std::size_t stepsPerDoubling = 8;
+    struct KeptClass {
+        std::size_t index;
+        std::size_t blockBytes;
+    };
+    static constexpr KeptClass keptClassOf(std::size_t size) noexcept {
+        constexpr unsigned firstDoubling = std::bit_width(maxPooled) - 1;
+        unsigned const doubling = static_cast<unsigned>(std::bit_width(size - 1)) - 1;
+        std::size_t const step = (std::size_t{1} << doubling) / stepsPerDoubling;
+        std::size_t const steps = (size - 1) / step + 1; // 9 to 16
+        return {(doubling - firstDoubling) * stepsPerDoubling + steps - stepsPerDoubling - 1,
+                steps * step};
+    }
+    static constexpr std::size_t keptClasses = 48; ///< of the six doublings up to maxKept
     static constexpr std::size_t smallClassOf(std::size_t size) noexcept {
         return (std::max<std::size_t>(size, 1) - 1) / granule;
     }
     static bool isPlain() noexcept { return isPlain_ && !VFPtrInterface::threadSafePointers_; }
     static void failIfAsked();
     [[nodiscard]] static void *allocateAnyhow(std::size_t size);
-    [[nodiscard]] static void *allocateSmall(SizeClass &sizes, std::size_t blockBytes);
     static void releaseAnyhow(void *block, std::size_t size) noexcept;
 
     static std::array<SizeClass, maxPooled / granule> small_;
-    static bool isPlain_; ///< it pools, and no failure is asked for
+    static std::array<FreeBlocks, keptClasses> kept_;
+    static Slab keptSlab_; ///< for all sizes above maxPooled
+    static bool isPlain_;  ///< it pools, and no failure is asked for
 };
 
 /// One line of the census.

@@ -1,3 +1,4 @@
+#include "VlanSubIntfConfigLib/SeenColl.h"
 #include "VlanSubIntfConfigLib/VlanSubIntfConfigLib.h"
 #include "tests/support/JournalFixture.h"
 
@@ -35,6 +36,9 @@ class PipelinesLag : public TestSupport::JournalTest {
     }
     void left(std::string const &lagName, std::string const &name) {
         machine->eventToLagUpdateStream(id(lagName), id(name), {});
+    }
+    [[nodiscard]] Qor::Ptr<VlanSubIntf> entry(std::uint16_t vlanId, std::string const &name) const {
+        return *(*dir->config(VlanId(vlanId)))->intf(id(name));
     }
     /// What a member event on a LAG is expected to let out behind its first line.
     Lines mergesOf(std::string const &lagName, std::string const &name, bool add,
@@ -174,8 +178,7 @@ TEST_F(PipelinesLag, APairThatWasWrittenWithoutItsEntryFindsItInTheDirectory) {
 TEST_F(PipelinesLag, AMemberJoinsTheEntryOfASubinterfaceThatReturnedAndNotItsFormerOne) {
     member(100, "PortChannel10.100", {true, both});
     startReady();
-    auto const former =
-        (*dir->config(VlanId(100)))->intf().lookupNodeG(id("PortChannel10.100"))->value();
+    auto const former = entry(100, "PortChannel10.100");
     memberDel(100, "PortChannel10.100");
     EXPECT_EQ(former->refCount(), 1U) << "nothing of the machine's holds an entry that is gone";
     member(100, "PortChannel10.100", {true, both});
@@ -191,6 +194,23 @@ TEST_F(PipelinesLag, AMemberJoinsTheEntryThatTheDirectoryHasNow) {
     dir->configIs(VlanId(100))->intfIs(id("PortChannel10.100"));
     joined("PortChannel10", "Ethernet1");
     EXPECT_EQ(output(), (Output{{100, {{"PortChannel10.100", {false, none, {"Ethernet1"}}}}}}));
+}
+
+TEST_F(PipelinesLag, DuringStartUpAMemberIsMarkedSeenOnlyForTheEntryThatTheDirectoryHasNow) {
+    startUntilInitialScanDone();
+    member(100, "PortChannel10.100", {true, both});
+    auto const former = entry(100, "PortChannel10.100");
+    dir->configDel(VlanId(100)); // by another hand than the machine's
+    stale(100, "PortChannel10.100");
+    joined("PortChannel10", "Ethernet1");
+    left("PortChannel10", "Ethernet2");
+    auto const &seen = machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeen();
+    EXPECT_FALSE(seen.memberHas(former.get()));
+    auto const *const now = seen.lookupNodeG(entry(100, "PortChannel10.100").get());
+    ASSERT_NE(now, nullptr);
+    EXPECT_TRUE(now->value()->seen().memberHas({id("Ethernet1"), true}));
+    EXPECT_TRUE(now->value()->seen().memberHas({id("Ethernet2"), true}));
+    EXPECT_EQ(seen.size(), 1U);
 }
 
 TEST_F(PipelinesLag, ASubinterfaceThatComesLaterGetsTheMembersThatWereThere) {

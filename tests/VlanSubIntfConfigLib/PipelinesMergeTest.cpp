@@ -1,5 +1,6 @@
 #include "VlanSubIntfConfigLib/VlanSubIntfConfigLib.h"
 #include "tests/support/JournalFixture.h"
+#include "tests/support/Observer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -111,6 +112,30 @@ TEST_F(PipelinesMerge, DuringStartUpAnInsertionAndADeletionBothMarkTheirKeySeen)
     for (std::string const name : {"Ethernet1", "Ethernet2", "Ethernet3"}) {
         EXPECT_TRUE(coll->seen().memberHas({id(name), true})) << name;
     }
+}
+
+TEST_F(PipelinesMerge, DuringStartUpAnEntryThatIsReplacedWhileItIsWrittenIsNotMarkedSeen) {
+    lagMember("PortChannel10", "Ethernet1");
+    stale(100, "PortChannel10.100");
+    startUntilInitialScanDone();
+    auto const former = entry(100, "PortChannel10.100");
+    TestSupport::Observer<> observer(*former);
+    observer.reactionIs([&](auto const & /*notice*/) {
+        if (former->inDirectory()) {
+            dir->configDel(VlanId(100)); // by another hand than the machine's
+            stale(100, "PortChannel10.100");
+        }
+    });
+    machine->eventToVlanConfigStream(VlanId(100), id("PortChannel10.100"),
+                                     Bridging::VlanPortConfig{true, false, both});
+    ASSERT_FALSE(former->inDirectory());
+    auto const &seen = machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeen();
+    EXPECT_FALSE(seen.memberHas(former.get()));
+    auto const *const now = seen.lookupNodeG(entry(100, "PortChannel10.100").get());
+    ASSERT_NE(now, nullptr);
+    EXPECT_TRUE(now->value()->seen().memberHas({id("Ethernet1"), true}));
+    EXPECT_EQ(seen.size(), 1U);
+    EXPECT_EQ(output(), (Output{{100, {{"PortChannel10.100", {false, none, {"Ethernet1"}}}}}}));
 }
 
 TEST_F(PipelinesMerge, NothingIsMarkedSeenOnceTheOutputIsReady) {

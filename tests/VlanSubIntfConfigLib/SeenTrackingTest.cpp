@@ -242,5 +242,110 @@ TEST_F(SeenDuringStartUp, HasEveryWrittenEntryUntilItsOutputIsReadyAndNoneAfterw
     EXPECT_TRUE(machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeen().empty());
 }
 
+// The room that the records have before the second scans fill them.
+
+class SeenRoom : public TestSupport::MachineTest {
+  protected:
+    SeenRoom() {
+        stale(900, "Ethernet4.90"); // an empty directory has no walk, and entries no record
+        lagMember("PortChannel10", "Ethernet1");
+        lag("PortChannel20");
+    }
+    /// Make a machine whose first scans go item by item, and leave them at their first ones.
+    void startScanning() {
+        countShareIs(1);
+        startAsynchronous();
+        ASSERT_FALSE(machine->initialScanDone());
+    }
+    void firstScansFinish() {
+        ASSERT_FALSE(machine->initialScanDone());
+        while (!machine->initialScanDone() && scheduler->runOne()) {
+        }
+        ASSERT_TRUE(machine->initialScanDone());
+        ASSERT_TRUE(entries().empty());
+        ASSERT_TRUE(subIntfs().empty());
+    }
+    /// Whether the machine hears of the members of a VLAN.
+    [[nodiscard]] bool hears(std::uint16_t vlanId) const {
+        return machine->vlanConfigSm0()->childSm(VlanId(vlanId)) != nullptr;
+    }
+    [[nodiscard]] ConfigSm::ConfigIntfSeenSet const &entries() const {
+        return machine->vlanSubIntfConfigDirConfigIntfOutputSeen();
+    }
+    [[nodiscard]] ConfigSm::LagPhyIntfPtrSeenMap const &subIntfs() const {
+        return machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputPtrSeen();
+    }
+    /// Expect the room for so many subinterfaces, of which so many are on LAGs with members.
+    void expectRoomFor(std::uint32_t all, std::uint32_t onLags) const {
+        EXPECT_EQ(entries().capacity(), ConfigSm::ConfigIntfSeenSet(all).capacity());
+        EXPECT_EQ(subIntfs().capacity(), ConfigSm::LagPhyIntfPtrSeenMap(onLags).capacity());
+    }
+};
+
+TEST_F(SeenRoom, IsThatOfTheSubinterfacesAndIsEnoughForTheSecondScan) {
+    for (int i = 1; i <= 40; ++i) {
+        auto const number = std::to_string(i);
+        member(100, "PortChannel10." + number);
+        member(100, "PortChannel20." + number); // a LAG without members
+        member(100, "PortChannel30." + number); // no LAG
+        member(100, "Ethernet4." + number);
+        member(100, "Ethernet" + number); // no subinterface
+    }
+    startScanning();
+    firstScansFinish();
+    expectRoomFor(160, 40);
+    while (entries().size() < 160 || subIntfs().size() < 40) {
+        ASSERT_TRUE(scheduler->runOne());
+    }
+    expectRoomFor(160, 40);
+}
+
+TEST_F(SeenRoom, OfAMemberThatFlapsInTheFirstScanIsNoMoreThanThatOfTheMembersThatAreThere) {
+    for (std::uint16_t vlanId = 1; vlanId <= 3; ++vlanId) {
+        member(vlanId, "PortChannel10.100");
+    }
+    startScanning();
+    std::uint16_t const first = vlanOrder().front();
+    ASSERT_TRUE(hears(first));
+    for (int flap = 0; flap < 1000; ++flap) {
+        memberDel(first, "PortChannel10.100");
+        member(first, "PortChannel10.100");
+    }
+    firstScansFinish();
+    expectRoomFor(3, 3);
+}
+
+TEST_F(SeenRoom, IsNotMadeByRemovals) {
+    for (int i = 1; i <= 40; ++i) {
+        member(100, "PortChannel10." + std::to_string(i));
+        member(100, "Ethernet" + std::to_string(i));
+    }
+    startScanning();
+    ASSERT_TRUE(hears(100));
+    for (int i = 1; i <= 40; ++i) {
+        memberDel(100, "PortChannel10." + std::to_string(i));
+    }
+    firstScansFinish();
+    EXPECT_LE(entries().capacity(), ConfigSm::ConfigIntfSeenSet(1).capacity());
+    EXPECT_LE(subIntfs().capacity(), ConfigSm::LagPhyIntfPtrSeenMap(1).capacity());
+}
+
+TEST_F(SeenRoom, IsNotMadeForMembersThatLeaveBeforeTheFirstScanIsDone) {
+    for (int i = 1; i <= 100; ++i) {
+        member(100, "PortChannel10." + std::to_string(i));
+        member(200, "PortChannel10." + std::to_string(i));
+    }
+    startScanning();
+    while (!hears(vlanOrder().back())) { // then the other VLAN is counted
+        ASSERT_TRUE(scheduler->runOne());
+    }
+    for (int i = 2; i <= 100; ++i) {
+        memberDel(100, "PortChannel10." + std::to_string(i));
+        memberDel(200, "PortChannel10." + std::to_string(i));
+    }
+    firstScansFinish();
+    expectRoomFor(2, 2);
+}
+
 } // namespace
 } // namespace VlanSubIntfConfigLib

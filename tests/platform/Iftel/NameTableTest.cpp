@@ -2,6 +2,7 @@
 
 #include "platform/Qor/Exceptions.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <ostream>
@@ -32,6 +33,15 @@ TEST_F(NameTableTest, ARegisteredNameLeadsToItsIdentifier) {
     IntfId const id = table.intfIs("bond0", IntfKind::portChannel);
     EXPECT_EQ(IntfId("bond0"), id);
     EXPECT_EQ(table.lookup("bond0"), id);
+}
+
+TEST_F(NameTableTest, ListsTheIdentifiersThatAreRegistered) {
+    EXPECT_TRUE(table.ids().empty());
+    auto const lag = table.intfIs("bond0", IntfKind::portChannel);
+    auto const port = table.intfIs("eth1", IntfKind::ethernet);
+    auto const sub = table.subIntfIs("bond0.100", lag);
+    table.intfDel(port);
+    EXPECT_THAT(table.ids(), testing::UnorderedElementsAre(lag, sub));
 }
 
 TEST_F(NameTableTest, ARegisteredIdentifierPrintsItsName) {

@@ -57,6 +57,18 @@ TEST_F(TaskSchedulerTest, RunsTheHigherPriorityFirst) {
     EXPECT_THAT(ran, ElementsAre("high", "normal", "low", "background"));
 }
 
+TEST_F(TaskSchedulerTest, NamesTheTaskThatRanLast) {
+    EXPECT_EQ(scheduler->lastRun(), "");
+    workerIs("low", TaskPriority::low).task->scheduleTask();
+    workerIs("high", TaskPriority::high).task->scheduleTask();
+    scheduler->runOne();
+    EXPECT_EQ(scheduler->lastRun(), "high");
+    scheduler->runOne();
+    EXPECT_EQ(scheduler->lastRun(), "low");
+    scheduler->runOne();
+    EXPECT_EQ(scheduler->lastRun(), "low");
+}
+
 TEST_F(TaskSchedulerTest, ServesOnePriorityInOrderOfRequest) {
     Worker const &a = workerIs("a");
     Worker const &b = workerIs("b");

@@ -28,6 +28,14 @@ class ReclaimerTest : public TestSupport::CensusTest {
             map.newMemberG(MapVariants::KeyedByFunctor::node(i, 0));
         }
     }
+    static void expectGoneAtOnce(std::uint32_t entries) {
+        Map map;
+        fill(map, entries);
+        Ptr<Item> const held = map.begin().operator*().second;
+        map.emptyLater();
+        EXPECT_FALSE(Reclaimer::hasWork());
+        EXPECT_EQ(held->refCount(), 1U);
+    }
 };
 
 TEST_F(ReclaimerTest, ALargeMapIsEmptyAtOnceAndItsEntriesGoStepByStep) {
@@ -52,21 +60,18 @@ TEST_F(ReclaimerTest, ALargeMapIsEmptyAtOnceAndItsEntriesGoStepByStep) {
 
 TEST_F(ReclaimerTest, ASmallMapGoesAtOnce) {
     Reclaimer::Runner const runner;
-    Map map;
-    fill(map, 100);
-    Ptr<Item> const held = map.begin().operator*().second;
-    map.emptyLater();
-    EXPECT_FALSE(Reclaimer::hasWork());
-    EXPECT_EQ(held->refCount(), 1U);
+    expectGoneAtOnce(100);
 }
 
 TEST_F(ReclaimerTest, WhereNobodyWillComeToItEverythingGoesAtOnce) {
-    Map map;
-    fill(map, many);
-    Ptr<Item> const held = map.begin().operator*().second;
-    map.emptyLater();
-    EXPECT_FALSE(Reclaimer::hasWork());
-    EXPECT_EQ(held->refCount(), 1U);
+    expectGoneAtOnce(many);
+}
+
+TEST_F(ReclaimerTest, WhileReferencesMayBeReleasedOnOtherThreadsEverythingGoesAtOnce) {
+    Reclaimer::Runner const runner;
+    VFPtrInterface::threadSafePointers_ = true;
+    expectGoneAtOnce(many);
+    VFPtrInterface::threadSafePointers_ = false;
 }
 
 TEST_F(ReclaimerTest, TheLastRunnerToGoLeavesNothingBehind) {

@@ -34,6 +34,7 @@ std::string printed(Qor::Entity const *entity) {
 class VlanSubIntfConfigDirTest : public TestSupport::CensusTest {
   protected:
     static constexpr VlanId vlan100{100};
+    IntfId const subIntfId{"Ethernet4.20"};
     Qor::Ptr<VlanSubIntfConfigDir> dir = VlanSubIntfConfigDir::VlanSubIntfConfigDirIs();
     VlanObserver observer{*dir};
 };
@@ -111,6 +112,57 @@ TEST_F(VlanSubIntfConfigDirTest, ARemovedVlanLivesWithItsEntriesAsLongAsAReaderH
     dir->configDel(vlan100);
     EXPECT_EQ(vlan->refCount(), 1U);
     EXPECT_EQ(vlan->intf().size(), 1U);
+}
+
+TEST_F(VlanSubIntfConfigDirTest, ASubinterfaceIsInTheDirectoryUntilItIsRemoved) {
+    auto const vlan = dir->configIs(vlan100);
+    auto const former = vlan->intfIs(subIntfId);
+    EXPECT_TRUE(former->inDirectory());
+    vlan->intfDel(subIntfId);
+    EXPECT_FALSE(former->inDirectory());
+    EXPECT_TRUE(vlan->intfIs(subIntfId)->inDirectory());
+    EXPECT_FALSE(former->inDirectory()) << "another one bears its name";
+}
+
+TEST_F(VlanSubIntfConfigDirTest, ASubinterfaceIsOutOfTheDirectoryInTheNoticeOfItsRemoval) {
+    auto const vlan = dir->configIs(vlan100);
+    auto const subIntf = vlan->intfIs(subIntfId);
+    std::vector<bool> inNotice;
+    IntfObserver vlanObserver(*vlan);
+    vlanObserver.reactionIs([&](auto const &) { inNotice.push_back(subIntf->inDirectory()); });
+    vlan->intfDel(subIntfId);
+    EXPECT_THAT(inNotice, ElementsAre(false));
+}
+
+TEST_F(VlanSubIntfConfigDirTest, ASubinterfaceLeavesTheDirectoryWithItsVlan) {
+    auto const vlan = dir->configIs(vlan100);
+    auto const subIntf = vlan->intfIs(subIntfId);
+    auto const neighbour = dir->configIs(VlanId(200))->intfIs(subIntfId);
+    dir->configDel(vlan100);
+    EXPECT_FALSE(subIntf->inDirectory());
+    EXPECT_TRUE(neighbour->inDirectory());
+    EXPECT_FALSE(vlan->intfIs(IntfId("Ethernet4.21"))->inDirectory()) << "made too late";
+}
+
+TEST_F(VlanSubIntfConfigDirTest, ASubinterfaceThatOutlivesItsVlanIsNotInTheNextOneOfThatMemory) {
+    auto vlan = dir->configIs(vlan100);
+    auto const before = vlan->intfIs(subIntfId);
+    dir->configDel(vlan100);
+    auto const after = vlan->intfIs(IntfId("Ethernet4.21"));
+    vlan = nullptr;
+    dir->configIs(vlan100);
+    EXPECT_FALSE(before->inDirectory());
+    EXPECT_FALSE(after->inDirectory());
+}
+
+TEST_F(VlanSubIntfConfigDirTest, ASubinterfaceLeavesTheDirectoryAtTheDirectorysEnd) {
+    auto const vlan = dir->configIs(vlan100);
+    auto const ofHeldVlan = vlan->intfIs(subIntfId);
+    auto const ofGoneVlan = dir->configIs(VlanId(200))->intfIs(subIntfId);
+    dir = nullptr;
+    EXPECT_FALSE(ofHeldVlan->inDirectory());
+    EXPECT_FALSE(ofGoneVlan->inDirectory());
+    EXPECT_FALSE(vlan->intfIs(IntfId("Ethernet4.21"))->inDirectory()) << "made too late";
 }
 
 TEST_F(VlanSubIntfConfigDirTest, WithNotificationsOffChangesAreMadeInSilence) {
@@ -230,6 +282,12 @@ class VlanSubIntfTest : public TestSupport::CensusTest {
     Qor::Ptr<VlanSubIntf> subIntf = Qor::make<VlanSubIntf>(IntfId("PortChannel10.100"));
     IntfObserver observer{*subIntf};
 };
+
+TEST_F(VlanSubIntfTest, IsInNoDirectoryWhenItIsMadeOutsideOfOne) {
+    EXPECT_FALSE(subIntf->inDirectory());
+    auto const vlan = Qor::make<VlanSubIntfConfig>(VlanId(100));
+    EXPECT_FALSE(vlan->intfIs(subIntf->intfId())->inDirectory()) << "nor is its VLAN in one";
+}
 
 TEST_F(VlanSubIntfTest, AnInsertedMemberIsThere) {
     subIntf->lagPhyIntfIs(member);
