@@ -1,11 +1,16 @@
 #include "agent/CommandLine.h"
 
+#include "agent/AgentArguments.h"
+#include "agent/AgentCommand.h"
+#include "agent/Arguments.h"
 #include "agent/Derive.h"
 #include "agent/Error.h"
 #include "agent/Inspect.h"
 #include "agent/JsonText.h"
 #include "agent/Output.h"
 #include "agent/StandardError.h"
+#include "agent/control/ClientCommands.h"
+#include "agent/store/CheckpointProcess.h"
 #include "platform/Nuvio/DebugHandler.h"
 
 #include <CLI/CLI.hpp>
@@ -26,6 +31,8 @@ constexpr char const *description =
     "Derives the configuration of VLAN subinterfaces from VLAN membership and LAG members.";
 constexpr char const *exitStatus = "Exit status: 0 done, 1 failed, 2 wrong usage, 3 the result is "
                                    "not ready or differs.";
+constexpr char const *inputsGroup = "Inputs";
+constexpr char const *standardInputHint = "; - is standard input";
 constexpr char const *deriveExamples = R"(Examples:
   ip -d -j link show > links.json
   bridge -j -d vlan show > vlans.json
@@ -55,48 +62,6 @@ Examples:
 Changes go to the machine as they are: what breaks its own rules ends in an assertion.
 Exit status: 0 done, 1 failed, 2 wrong usage.)";
 
-std::string needFileName(std::string const &value) {
-    return value.empty() ? "expected a file name" : "";
-}
-
-std::string needTraceLevels(std::string const &value) {
-    return Nuvio::Platform::levelMaskOf(value)
-               ? ""
-               : fmt::format("expected levels from 0 to 15, such as 9 or 6-9, found \"{}\"", value);
-}
-
-/// The options that say where the inputs come from; the same for every subcommand that has inputs.
-void addInputOptions(CLI::App &command, InputOptions &inputs) {
-    constexpr char const *group = "Inputs";
-    command
-        .add_option("--links", inputs.links, "Output of `ip -d -j link show`; - is standard input")
-        ->type_name("FILE")
-        ->group(group)
-        ->check(needFileName);
-    command
-        .add_option("--vlans", inputs.vlans,
-                    "Output of `bridge -j -d vlan show`; - is standard input")
-        ->type_name("FILE")
-        ->group(group)
-        ->check(needFileName);
-    command
-        .add_option("--input", inputs.native,
-                    "Both in one native document, instead of --links and --vlans")
-        ->type_name("FILE")
-        ->group(group)
-        ->check(needFileName);
-}
-
-void checkInputOptions(InputOptions const &inputs) {
-    bool const iproute = !inputs.links.empty() || !inputs.vlans.empty();
-    if (iproute && !inputs.native.empty()) {
-        throw CLI::ValidationError("--input stands instead of --links and --vlans");
-    }
-    if (inputs.native.empty() && (inputs.links.empty() || inputs.vlans.empty())) {
-        throw CLI::ValidationError("--links and --vlans, or --input, must be given");
-    }
-}
-
 void checkStandardInput(std::initializer_list<std::string const *> files) {
     if (std::count_if(files.begin(), files.end(), [](auto *file) { return *file == "-"; }) > 1) {
         throw CLI::ValidationError("standard input (-) can be only one of the files");
@@ -124,7 +89,7 @@ void addDerive(CLI::App &program, DeriveOptions &options, std::string &traceLeve
     CLI::App &command = *program.add_subcommand(
         "derive", "Derive the subinterfaces of every VLAN, as a table or a JSON document");
     command.footer(deriveExamples);
-    addInputOptions(command, options.inputs);
+    addInputOptions(command, options.inputs, inputsGroup, standardInputHint);
     command.add_flag("-j,--json", options.json, "Print a JSON document instead of a table");
     addPrevious(command, options.previous,
                 "Start with the entries of an earlier JSON document; a summary on standard error "
@@ -148,7 +113,7 @@ void addInspect(CLI::App &program, InspectOptions &options) {
         "inspect", "Look into the machine by attributes: commands from the arguments, a file, or "
                    "standard input");
     command.footer(inspectExamples);
-    addInputOptions(command, options.inputs);
+    addInputOptions(command, options.inputs, inputsGroup, standardInputHint);
     command.add_flag("-j,--json", options.json, "Print a JSON document for each command");
     addPrevious(command, options.previous, "Start with the entries of an earlier JSON document");
     command.add_flag("--paused", options.paused, "Leave the scheduler's work to the command `run`");
@@ -173,6 +138,14 @@ void addInspect(CLI::App &program, InspectOptions &options) {
             throw CLI::ValidationError("commands come from the arguments or from --script");
         }
     });
+}
+
+/// What the agent runs beside itself; no help lists it.
+void addCheckpoint(CLI::App &program, std::string &store) {
+    CLI::App &command = *program.add_subcommand(
+        checkpointCommand, "Copy the write-ahead log of a store into its database");
+    command.group("");
+    command.add_option("PATH", store, "The store")->required()->check(needFileName);
 }
 
 void print(std::string const &text) {
@@ -209,13 +182,24 @@ int parseAndRun(int argc, char const *const *argv) {
     addDerive(program, options, traceLevels);
     InspectOptions inspectOptions;
     addInspect(program, inspectOptions);
+    AgentOptions agentOptions;
+    addAgent(program, agentOptions);
+    ClientOptions clientOptions;
+    addClientCommands(program, clientOptions);
+    std::string checkpointPath;
+    addCheckpoint(program, checkpointPath);
     try {
         program.parse(argc, argv);
     } catch (CLI::ParseError const &end) {
         return finishParsing(program, end);
     }
-    return static_cast<int>(program.got_subcommand("inspect") ? inspect(inspectOptions)
-                                                              : derive(options));
+    ExitCode const code = program.got_subcommand("derive")    ? derive(options)
+                          : program.got_subcommand("inspect") ? inspect(inspectOptions)
+                          : program.got_subcommand("agent")   ? runAgent(agentOptions)
+                          : program.got_subcommand(checkpointCommand)
+                              ? runCheckpoint(checkpointPath)
+                              : runClient(clientOptions);
+    return static_cast<int>(code);
 }
 
 } // namespace

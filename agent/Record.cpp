@@ -2,14 +2,12 @@
 
 #include "agent/Error.h"
 #include "agent/JsonText.h"
+#include "agent/VlanNumber.h"
 
 #include <limits>
 
 namespace Agent {
 namespace {
-
-constexpr std::int64_t firstVlan = 1;
-constexpr std::int64_t lastVlan = 4094;
 
 /// The value if it is a whole number that fits.
 std::optional<std::int64_t> integerOf(nlohmann::json const &value) {

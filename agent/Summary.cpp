@@ -2,6 +2,7 @@
 
 #include "agent/JsonText.h"
 #include "agent/NaturalOrder.h"
+#include "agent/VlanRanges.h"
 
 #include <fmt/format.h>
 
@@ -35,29 +36,12 @@ class Naming {
             byName.emplace(printable(intf.stringValue().view()), &vlans);
         }
         for (auto const &[name, vlans] : byName) {
-            fmt::format_to(std::back_inserter(text), "  {}: {} in VLAN{} ", what, name,
-                           vlans->size() == 1 ? "" : "s");
-            appendRanges(text, *vlans);
-            text += '\n';
+            fmt::format_to(std::back_inserter(text), "  {}: {} in VLAN{} {}\n", what, name,
+                           vlans->size() == 1 ? "" : "s", vlanRanges(*vlans));
         }
     }
 
   private:
-    /// "100", "400-409", "1-5 7".
-    static void appendRanges(std::string &text, std::vector<std::uint16_t> const &vlans) {
-        for (std::size_t i = 0; i < vlans.size();) {
-            std::size_t last = i;
-            while (last + 1 < vlans.size() && vlans[last + 1] == vlans[last] + 1) {
-                ++last;
-            }
-            fmt::format_to(std::back_inserter(text), "{}{}", i == 0 ? "" : " ", vlans[i]);
-            if (last != i) {
-                fmt::format_to(std::back_inserter(text), "-{}", vlans[last]);
-            }
-            i = last + 1;
-        }
-    }
-
     std::map<Iftel::IntfId, std::vector<std::uint16_t>> vlans_;
     std::size_t count_ = 0;
 };

@@ -6,7 +6,7 @@
 //     either smoke                                              all, small; fails when two differ
 //     either compiler                                           what built it
 //
-// The programs are the same but for operator new, which bench_memory counts. For figures, use
+// The programs are the same, but bench_memory counts what is allocated. For figures, use
 // scripts/bench: a run shares its process with no other.
 #include "bench/Heap.h"
 #include "bench/Subjects.h"

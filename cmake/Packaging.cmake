@@ -1,5 +1,5 @@
 # `cmake --install`: the shared library, its headers, the dataflow program, the program
-# `vlan-subintf`, and what CMake and pkg-config need to find them. The result can be moved.
+# `vlan-subintf` with its unit, manual page and completion, and what CMake and pkg-config need to find them. The result can be moved.
 
 include(CMakePackageConfigHelpers)
 
@@ -11,6 +11,11 @@ install(TARGETS VlanSubIntfConfigLib EXPORT VlanSubIntfConfigLibTargets
     INCLUDES DESTINATION ${include_dir})
 if(TARGET vlan-subintf)
     install(TARGETS vlan-subintf)
+    configure_file(packaging/vlan-subintf.service.in vlan-subintf.service @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/vlan-subintf.service DESTINATION lib/systemd/system)
+    install(FILES packaging/vlan-subintf.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
+    install(FILES packaging/vlan-subintf.bash
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME vlan-subintf)
 endif()
 install(DIRECTORY platform VlanSubIntfConfigLib DESTINATION ${include_dir}
     FILES_MATCHING PATTERN *.h)

@@ -90,7 +90,7 @@ def run(command):
 
 def runs_in(job, number, slow_rounds):
     if job.kind == "memory":
-        return number == 0  # operator new is called alike in every run
+        return number == 0  # every run allocates the same
     return number < slow_rounds or job.subject not in SLOW
 
 

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 
 namespace Agent {
@@ -58,21 +59,49 @@ void Program::execute(std::string const &input, std::string const &out,
 }
 
 ProgramResult Program::run() const {
-    TempDir const dir;
-    std::string const input = dir.write("input", input_);
-    std::string const out = outputPath_.empty() ? dir.file("out") : outputPath_;
-    std::string const err = dir.file("err");
+    return start()->wait();
+}
+
+std::unique_ptr<RunningProgram> Program::start() const {
+    auto dir = std::make_unique<TempDir>();
+    std::string const input = dir->write("input", input_);
+    std::string const out = outputPath_.empty() ? dir->file("out") : outputPath_;
+    static_cast<void>(dir->write("out", "")); // to be read before the program has made it
+    static_cast<void>(dir->write("err", ""));
     pid_t const child = ::fork();
     if (child == 0) {
-        execute(input, out, err);
+        execute(input, out, dir->file("err"));
     }
-    int status = 0;
-    struct rusage usage {};
-    if (child < 0 || ::wait4(child, &status, 0, &usage) != child) {
+    if (child < 0) {
         throw std::runtime_error("cannot run the program");
     }
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
-            outputPath_.empty() ? readFile(out) : std::string(), readFile(err),
+    return std::make_unique<RunningProgram>(child, std::move(dir));
+}
+
+RunningProgram::~RunningProgram() {
+    if (process_ > 0) {
+        ::kill(process_, SIGKILL);
+        ::waitpid(process_, nullptr, 0);
+    }
+}
+
+void RunningProgram::signal(int number) const {
+    ::kill(process_, number);
+}
+
+bool RunningProgram::ended() const {
+    siginfo_t info{};
+    return ::waitid(P_PID, static_cast<id_t>(process_), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+           info.si_pid != 0;
+}
+
+ProgramResult RunningProgram::wait() {
+    int status = 0;
+    struct rusage usage {};
+    if (::wait4(std::exchange(process_, 0), &status, 0, &usage) < 0) {
+        throw std::runtime_error("the program is lost");
+    }
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out(), err(),
             secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime),
             static_cast<std::uint64_t>(usage.ru_maxrss) * 1024};
 }

@@ -4,6 +4,7 @@
 #include "tests/agent/TempDir.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,6 +19,31 @@ struct ProgramResult {
     /// is how long it takes, and on a busy one a test of it still holds.
     double seconds = 0;
     std::uint64_t peakBytes = 0; ///< largest resident set
+};
+
+/// A program that goes on; it is killed with this object.
+class RunningProgram {
+  public:
+    /// Takes over the process, which writes into the files "out" and "err" of the folder.
+    RunningProgram(int process, std::unique_ptr<TempDir> dir)
+        : process_(process), dir_(std::move(dir)) {}
+    ~RunningProgram();
+    RunningProgram(RunningProgram const &) = delete;
+    RunningProgram &operator=(RunningProgram const &) = delete;
+
+    [[nodiscard]] int process() const noexcept { return process_; }
+    void signal(int number) const;
+    /// Whether it has ended, without waiting for that.
+    [[nodiscard]] bool ended() const;
+    /// What it has printed, and said, so far.
+    [[nodiscard]] std::string out() const { return readFile(dir_->file("out")); }
+    [[nodiscard]] std::string err() const { return readFile(dir_->file("err")); }
+    /// Wait for its end. To be called once.
+    [[nodiscard]] ProgramResult wait();
+
+  private:
+    int process_;
+    std::unique_ptr<TempDir> dir_;
 };
 
 class Program {
@@ -50,6 +76,8 @@ class Program {
     }
 
     [[nodiscard]] ProgramResult run() const;
+    /// Run it beside the test.
+    [[nodiscard]] std::unique_ptr<RunningProgram> start() const;
 
   private:
     [[noreturn]] void execute(std::string const &input, std::string const &out,

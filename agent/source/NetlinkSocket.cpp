@@ -1,0 +1,165 @@
+#include "agent/source/NetlinkSocket.h"
+
+#include "agent/Error.h"
+#include "agent/JsonText.h"
+
+#include <fcntl.h>
+#include <libmnl/libmnl.h>
+#include <linux/rtnetlink.h>
+#include <sched.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+namespace Agent {
+namespace {
+
+std::string errorText(int error) {
+    return std::generic_category().message(error);
+}
+
+/// A descriptor that is closed with the object.
+class Descriptor {
+  public:
+    explicit Descriptor(std::string const &path)
+        : number_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
+    ~Descriptor() {
+        if (valid()) {
+            ::close(number_);
+        }
+    }
+    Descriptor(Descriptor const &) = delete;
+    Descriptor &operator=(Descriptor const &) = delete;
+
+    [[nodiscard]] bool valid() const noexcept { return number_ >= 0; }
+    [[nodiscard]] int number() const noexcept { return number_; }
+
+  private:
+    int number_;
+};
+
+/// The process is in the network namespace of that name as long as this object lives.
+class NamespaceVisit {
+  public:
+    explicit NamespaceVisit(std::string const &name) : home_("/proc/self/ns/net") {
+        if (!home_.valid()) {
+            fail("/proc/self/ns/net: {}", errorText(errno));
+        }
+        if (name == "." || name == ".." || name.find('/') != std::string::npos) {
+            fail("network namespace {}: this is no name of one", quote(name));
+        }
+        std::string const path = "/run/netns/" + name;
+        Descriptor const there(path);
+        int const error = errno;
+        Descriptor const older("/var/run/netns/" + name);
+        if (!there.valid() && !older.valid()) {
+            fail("network namespace {}: {}: {}", quote(name), path, errorText(error));
+        }
+        if (::setns((there.valid() ? there : older).number(), CLONE_NEWNET) != 0) {
+            fail("network namespace {}: {}: {}", quote(name), path, errorText(errno));
+        }
+    }
+    ~NamespaceVisit() { leave(); }
+    NamespaceVisit(NamespaceVisit const &) = delete;
+    NamespaceVisit &operator=(NamespaceVisit const &) = delete;
+
+    /// Go back; false when that was not possible.
+    bool leave() noexcept {
+        return !std::exchange(there_, false) || ::setns(home_.number(), CLONE_NEWNET) == 0;
+    }
+
+  private:
+    Descriptor home_;
+    bool there_ = true;
+};
+
+} // namespace
+
+void NetlinkSocket::Close::operator()(mnl_socket *socket) const noexcept {
+    mnl_socket_close(socket);
+}
+
+NetlinkSocket::Socket NetlinkSocket::open() {
+    Socket socket(mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (!socket) {
+        fail("netlink socket: {}", errorText(errno));
+    }
+    return socket;
+}
+
+NetlinkSocket::NetlinkSocket(std::string const &netns, int receiveBuffer)
+    : buffer_(longestDatagram) {
+    if (netns.empty()) {
+        socket_ = open();
+    } else {
+        NamespaceVisit visit(netns);
+        socket_ = open();
+        if (!visit.leave()) {
+            fail("network namespace {}: no way back out of it: {}", quote(netns), errorText(errno));
+        }
+    }
+    receiveBufferIs(receiveBuffer != 0 ? receiveBuffer : defaultReceiveBuffer);
+    if (mnl_socket_bind(socket_.get(), 0, MNL_SOCKET_AUTOPID) != 0) {
+        fail("netlink socket: bind: {}", errorText(errno));
+    }
+    groupIs(RTNLGRP_LINK);
+    groupIs(RTNLGRP_BRVLAN);
+}
+
+/// More than the system's limit is for the privileged; others get what the limit leaves.
+void NetlinkSocket::receiveBufferIs(int bytes) const {
+    for (int const option : {SO_RCVBUFFORCE, SO_RCVBUF}) {
+        if (::setsockopt(descriptor(), SOL_SOCKET, option, &bytes, sizeof(bytes)) == 0) {
+            return;
+        }
+    }
+    fail("netlink socket: receive buffer of {} bytes: {}", bytes, errorText(errno));
+}
+
+void NetlinkSocket::groupIs(int group) const {
+    if (mnl_socket_setsockopt(socket_.get(), NETLINK_ADD_MEMBERSHIP, &group, sizeof(group)) != 0) {
+        fail("netlink socket: group {}: {} (Linux 5.6 and later have it)", group, errorText(errno));
+    }
+}
+
+int NetlinkSocket::descriptor() const noexcept {
+    return mnl_socket_get_fd(socket_.get());
+}
+
+std::uint32_t NetlinkSocket::portId() const noexcept {
+    return mnl_socket_get_portid(socket_.get());
+}
+
+void NetlinkSocket::send(std::span<std::byte const> request) {
+    if (mnl_socket_sendto(socket_.get(), request.data(), request.size()) < 0) {
+        fail("netlink socket: send: {}", errorText(errno));
+    }
+}
+
+NetlinkChannel::Received NetlinkSocket::receive() {
+    for (;;) {
+        auto const size = mnl_socket_recvfrom(socket_.get(), buffer_.data(), buffer_.size());
+        if (size >= 0) {
+            return {Received::What::bytes,
+                    std::span(buffer_).first(static_cast<std::size_t>(size))};
+        }
+        switch (errno) {
+        case EINTR:
+            break;
+        case EAGAIN:
+            return {Received::What::nothing, {}};
+        case ENOBUFS:
+            return {Received::What::overrun, {}};
+        case ENOSPC:
+            fail("netlink socket: a datagram of more than {} bytes", buffer_.size());
+        default:
+            fail("netlink socket: receive: {}", errorText(errno));
+        }
+    }
+}
+
+} // namespace Agent
