@@ -188,7 +188,7 @@ template <class Stream> void InputChildSm<Stream>::doInputScan() {
                           : members.iterator();
     std::uint32_t iterations = 0;
     while (member) {
-        tell(member.key(), member.node());
+        tell(*root(), member.key(), member.node());
         ++iterations;
         if (!root()) {
             return; // removed by who heard of the event
@@ -230,17 +230,19 @@ template <class Stream> void InputChildSm<Stream>::completed(std::uint32_t itera
 // Child: events.
 
 template <class Stream> void InputChildSm<Stream>::handleKey(MemberKey memberKey) {
-    if (!initialized() || !root()) {
-        return;
+    Root *const to = root();
+    if (initialized() && to) {
+        tell(*to, memberKey, Stream::members(*en_).lookupNodeG(memberKey));
     }
-    tell(memberKey, Stream::members(*en_).lookupNodeG(memberKey));
 }
 
 /// `member` is what the element has under the key; null: nothing.
-template <class Stream> void InputChildSm<Stream>::tell(MemberKey memberKey, Member const *member) {
-    CHILD_TRACE(8, Stream::handleMember, "k: {}", printed(memberKey));
+template <class Stream>
+void InputChildSm<Stream>::tell(Root &to, MemberKey memberKey, Member const *member) {
+    DOVRA_TRACE(to.debugHandler(), 8, Stream::childName, Stream::handleMember, statementOf<Stream>,
+                "k: {}", printed(memberKey));
     intfVersionSeen_ = Stream::members(*en_).stamp();
-    Stream::event(*root(), key(), memberKey,
+    Stream::event(to, key(), memberKey,
                   member ? typename Stream::Value(member->value()) : typename Stream::Value());
 }
 

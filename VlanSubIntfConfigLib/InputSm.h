@@ -230,7 +230,7 @@ class InputChildSm final : public Quam::Gen::InputStateMachine,
     using Members = std::remove_cvref_t<decltype(Stream::members(std::declval<En const &>()))>;
     using Member = typename Members::Node;
     using Iterator = typename Members::Iterator;
-    void tell(MemberKey memberKey, Member const *member);
+    void tell(Root &to, MemberKey memberKey, Member const *member);
     [[nodiscard]] bool interrupted(Iterator &member, std::uint32_t iterations);
     void completed(std::uint32_t iterations);
 

@@ -42,7 +42,7 @@ class LocalAttrIftelIntfIdVlanSubIntfStatusLibVlanStatusPtr final
         return value_;
     }
     /// The value, made empty if it is missing.
-    Qor::Ptr<VlanSubIntfStatusLib::VlanStatus> valueIs() noexcept {
+    Qor::Ptr<VlanSubIntfStatusLib::VlanStatus> const &valueIs() noexcept {
         if (!value_) [[unlikely]] {
             value_ = Qor::make<VlanSubIntfStatusLib::VlanStatus>();
             publishChange(valueAttribute);

@@ -20,6 +20,8 @@
 
 #include <fmt/ostream.h>
 
+#include <array>
+
 #define ROOT_TRACE(level, function, statement, ...)                                                \
     DOVRA_TRACE(debugHandler_, level, "ConfigSm", function, DovraCode::Statements::statement,      \
                 __VA_ARGS__)
@@ -70,6 +72,22 @@ using DovraCode::printed;
     mergeInto(vlanSubIntf, seen, lagMemberId, add);
 }
 
+inline bool ConfigSm::mergedAtOnce(VlanSubIntf &vlanSubIntf, LagPhyIntfOutputColl *seen,
+                                   Lag::LagPhyIntfConfig::PhyIntfMap const &lagMembers) {
+    using Members = Lag::LagPhyIntfConfig::PhyIntfMap;
+    std::array<Iftel::IntfId, Members::smallEntries> room;
+    auto const members = lagMembers.smallKeys(room);
+    if (members.empty() || debugHandler_->levelMask() != 0 || !vlanSubIntf.inDirectory() ||
+        vlanSubIntf.publisher().hasSubscribers()) {
+        return false;
+    }
+    if (seen) {
+        seen->seenAre(members);
+    }
+    vlanSubIntf.lagPhyIntfAre(members);
+    return true;
+}
+
 void ConfigSm::eventToQuam_pipeline0(Bridging::VlanId vlanId, Iftel::IntfId subIntfId,
                                      Iftel::IntfId lagMemberId, bool add) {
     if (!initialScanDone_) {
@@ -82,35 +100,19 @@ void ConfigSm::eventToQuam_pipeline0(Bridging::VlanId vlanId, Iftel::IntfId subI
     mergeInto(*vlanSubIntf, lagPhyIntfSeen(vlanSubIntf).get(), lagMemberId, add);
 }
 
-void ConfigSm::eventToVlanConfigStream(
-    Bridging::VlanId vlanId, Iftel::IntfId intfId,
-    Qor::Optional<Bridging::VlanPortConfig> const &vlanPortConfig) {
-    if (!initialScanDone_) {
-        memberCounted(intfId, vlanPortConfig.hasValue());
-        return;
+inline bool ConfigSm::passesPortChannelFilter(Iftel::IntfId intfId) const {
+    bool const passes = Iftel::PortChannelIntfId::isPortChannelIntfId(intfId);
+    if (!passes) {
+        VLAN_STREAM_TRACE(6, filterPortChannel,
+                          "filter( PortChannelIntfId::isPortChannelIntfId( intfId ) ) failed, "
+                          "terminating pipeline");
     }
-    VLAN_STREAM_TRACE(7, fromVlanConfig,
-                      "vlanConfigStream = from( bridgingConfig.vlanConfig[].intf[] ): vlanId={} "
-                      "intfId={} vlanPortConfig={}",
-                      printed(vlanId), printed(intfId), printed(vlanPortConfig));
-    if (!Iftel::SubIntfId::isSubIntfId(intfId)) {
-        VLAN_STREAM_TRACE(
-            6, filterSubIntf,
-            "filter( SubIntfId::isSubIntfId( intfId ) ) failed, terminating pipeline");
-        return;
-    }
-    if (configIntfReconciling_) {
-        vlanSubIntfConfigDirConfigIntfOutputSeenIs({vlanId, intfId, true, true});
-    }
-    if (vlanPortConfig) {
-        memberPresent(vlanId, intfId, *vlanPortConfig);
-    } else {
-        memberGone(vlanId, intfId);
-    }
+    return passes;
 }
 
-void ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
-                             Bridging::VlanPortConfig const &vlanPortConfig) {
+[[gnu::always_inline]] inline void
+ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
+                        Bridging::VlanPortConfig const &vlanPortConfig) {
     auto const config = vlanSubIntfConfigDir_->configIs(vlanId);
     VLAN_STREAM_TRACE(7, intoConfigIntf,
                       "into( vlanSubIntfConfigDir.config[ vlanId ].intf[ intfId ] ): inserting "
@@ -152,13 +154,17 @@ void ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
         return;
     }
     auto const seen = lagPhyIntfSeen(vlanSubIntf);
+    if (mergedAtOnce(*vlanSubIntf, seen.get(), phyIntf)) {
+        return;
+    }
     for (auto member = phyIntf.iterator(); member; member.advance()) {
         VLAN_STREAM_TRACE(9, foreachPhyIntf, "Flattening element: {}", printed(member.key()));
         merge(vlanId, intfId, *vlanSubIntf, seen.get(), member.key(), true);
     }
 }
 
-void ConfigSm::memberGone(Bridging::VlanId vlanId, Iftel::IntfId intfId) {
+[[gnu::always_inline]] inline void ConfigSm::memberGone(Bridging::VlanId vlanId,
+                                                        Iftel::IntfId intfId) {
     if (auto const config = vlanSubIntfConfigDir_->config(vlanId)) {
         VLAN_STREAM_TRACE(7, intoConfigIntf,
                           "into( vlanSubIntfConfigDir.config[ vlanId ].intf[ intfId ] ): deleting "
@@ -188,14 +194,31 @@ void ConfigSm::memberGone(Bridging::VlanId vlanId, Iftel::IntfId intfId) {
     VLAN_STREAM_TRACE(6, filterAdd, "filter( add ) failed, terminating pipeline");
 }
 
-bool ConfigSm::passesPortChannelFilter(Iftel::IntfId intfId) const {
-    bool const passes = Iftel::PortChannelIntfId::isPortChannelIntfId(intfId);
-    if (!passes) {
-        VLAN_STREAM_TRACE(6, filterPortChannel,
-                          "filter( PortChannelIntfId::isPortChannelIntfId( intfId ) ) failed, "
-                          "terminating pipeline");
+void ConfigSm::eventToVlanConfigStream(
+    Bridging::VlanId vlanId, Iftel::IntfId intfId,
+    Qor::Optional<Bridging::VlanPortConfig> const &vlanPortConfig) {
+    if (!initialScanDone_) {
+        memberCounted(intfId, vlanPortConfig.hasValue());
+        return;
     }
-    return passes;
+    VLAN_STREAM_TRACE(7, fromVlanConfig,
+                      "vlanConfigStream = from( bridgingConfig.vlanConfig[].intf[] ): vlanId={} "
+                      "intfId={} vlanPortConfig={}",
+                      printed(vlanId), printed(intfId), printed(vlanPortConfig));
+    if (!Iftel::SubIntfId::isSubIntfId(intfId)) {
+        VLAN_STREAM_TRACE(
+            6, filterSubIntf,
+            "filter( SubIntfId::isSubIntfId( intfId ) ) failed, terminating pipeline");
+        return;
+    }
+    if (configIntfReconciling_) {
+        vlanSubIntfConfigDirConfigIntfOutputSeenIs({vlanId, intfId, true, true});
+    }
+    if (vlanPortConfig) {
+        memberPresent(vlanId, intfId, *vlanPortConfig);
+    } else {
+        memberGone(vlanId, intfId);
+    }
 }
 
 void ConfigSm::eventToLagUpdateStream(

@@ -33,6 +33,12 @@ class LagPhyIntfOutputColl final : public Qor::PtrInterface,
     SeenSet::Node const *seenIs(LagPhyIntfOutputKey const &key) {
         return seen_.newMemberG({key}).first;
     }
+    /// Mark several members, none of them twice.
+    void seenAre(std::span<Iftel::IntfId const> members) {
+        seen_.newMembersG(members, [](Iftel::IntfId member) {
+            return SeenSet::Node{{member, true}};
+        });
+    }
     void seenDel(LagPhyIntfOutputKey const &key);
     void seenDelAll();
 

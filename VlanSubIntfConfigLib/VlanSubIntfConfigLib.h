@@ -315,6 +315,10 @@ class NUVIO_EXPORT ConfigSm final : public Qor::PtrInterface, public Qor::PoolAl
                LagPhyIntfOutputColl *seen, Iftel::IntfId lagMemberId, bool add);
     void mergeInto(VlanSubIntf &vlanSubIntf, LagPhyIntfOutputColl *seen, Iftel::IntfId lagMemberId,
                    bool add);
+    /// Merge all members of a LAG into an entry, where nobody can follow the steps: none is traced
+    /// and the entry is not observed. False: that, or the LAG is large, and nothing is done.
+    [[nodiscard]] bool mergedAtOnce(VlanSubIntf &vlanSubIntf, LagPhyIntfOutputColl *seen,
+                                    Lag::LagPhyIntfConfig::PhyIntfMap const &lagMembers);
     /// The record of the members written under a subinterface, made empty if it is missing; null
     /// when the output is reconciled, and for an entry that has left the directory.
     [[nodiscard]] Qor::Ptr<LagPhyIntfOutputColl>

@@ -10,6 +10,7 @@
 #pragma once
 
 #include "platform/Bridging/VlanId.h"
+#include "platform/Bridging/VlanIndex.h"
 #include "platform/Bridging/VlanPortConfig.h"
 #include "platform/Iftel/IntfId.h"
 #include "platform/Nuvio/Export.h"
@@ -25,8 +26,7 @@ namespace VlanSubIntfConfigLib {
 
 class VlanSubIntfConfig;
 
-/// One subinterface in one VLAN. With its set of members it is one object of a cache line, plus the
-/// set's array.
+/// One subinterface in one VLAN: a cache line, and another one with room for up to eight members.
 class NUVIO_EXPORT VlanSubIntf final : public Qor::DerivedEntity,
                                        public Qor::PoolAllocated<VlanSubIntf> {
   public:
@@ -37,7 +37,7 @@ class NUVIO_EXPORT VlanSubIntf final : public Qor::DerivedEntity,
     using LagPhyIntfSet = Qor::HashMap2018<Iftel::IntfId, void, 0x6BAE05AF>;
 
     explicit VlanSubIntf(Iftel::IntfId id, VlanSubIntfConfig const *config = nullptr) noexcept
-        : intfId_(id), config_(config) {}
+        : lagPhyIntf_(&room_), intfId_(id), config_(config) {}
 
     [[nodiscard]] Iftel::IntfId intfId() const noexcept { return intfId_; }
     /// It can be found in a directory: neither it nor its VLAN was removed.
@@ -49,6 +49,12 @@ class NUVIO_EXPORT VlanSubIntf final : public Qor::DerivedEntity,
         return lagPhyIntf_.memberHas(member);
     }
     void lagPhyIntfIs(Iftel::IntfId member) { keyIs(lagPhyIntf_, lagPhyIntfAttribute, member); }
+    /// The same for several, none of them twice. Requires: nobody observes the entry.
+    void lagPhyIntfAre(std::span<Iftel::IntfId const> members) {
+        NUVIO_DEBUG_ASSERT(!publisher().hasSubscribers());
+        lagPhyIntf_.newMembersG(members,
+                                [](Iftel::IntfId member) { return LagPhyIntfSet::Node{member}; });
+    }
     void lagPhyIntfDel(Iftel::IntfId member) {
         memberDel(lagPhyIntf_, lagPhyIntfAttribute, member);
     }
@@ -75,8 +81,9 @@ class NUVIO_EXPORT VlanSubIntf final : public Qor::DerivedEntity,
     bool tagOnEgress_ = false;
     Bridging::AllowedTrafficDirection allowedTrafficDirection_ =
         Bridging::AllowedTrafficDirection::none;
+    LagPhyIntfSet::Room room_;
 };
-static_assert(sizeof(VlanSubIntf) <= 64, "one cache line");
+static_assert(sizeof(VlanSubIntf) <= 128, "two cache lines");
 
 /// The subinterfaces of one VLAN.
 class NUVIO_EXPORT VlanSubIntfConfig final : public Qor::DerivedEntity,
@@ -149,12 +156,15 @@ class NUVIO_EXPORT VlanSubIntfConfigDir final : public Qor::DerivedEntity,
 
     [[nodiscard]] ConfigMap const &config() const noexcept { return config_; }
     [[nodiscard]] Qor::Optional<Qor::Ptr<VlanSubIntfConfig>> config(Bridging::VlanId id) const {
+        if (auto *const known = byNumber_.at(id)) {
+            return Qor::Ptr<VlanSubIntfConfig>(known);
+        }
         auto const *const node = config_.lookupNodeG(id);
         return node ? Qor::Optional(node->value()) : std::nullopt;
     }
     Qor::Ptr<VlanSubIntfConfig> configIs(Bridging::VlanId id) {
-        return memberIs(config_, configAttribute, id,
-                        [id] { return Qor::make<VlanSubIntfConfig>(id, true); });
+        auto *const known = byNumber_.at(id);
+        return known ? Qor::Ptr<VlanSubIntfConfig>(known) : configMade(id);
     }
     void configDel(Bridging::VlanId id);
 
@@ -166,7 +176,10 @@ class NUVIO_EXPORT VlanSubIntfConfigDir final : public Qor::DerivedEntity,
     VlanSubIntfConfigDir() noexcept = default;
     ~VlanSubIntfConfigDir() override;
 
+    Qor::Ptr<VlanSubIntfConfig> configMade(Bridging::VlanId id);
+
     ConfigMap config_;
+    Bridging::VlanIndex<VlanSubIntfConfig> byNumber_;
 };
 
 } // namespace VlanSubIntfConfigLib

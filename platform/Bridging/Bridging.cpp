@@ -72,12 +72,30 @@ Qor::Optional<Qor::Ptr<VlanConfig const>> Config::vlanConfig(VlanId id) const {
     return node ? Qor::Optional(node->value()) : std::nullopt;
 }
 
+/// Who made a VLAN may write it, though the collection shows it as constant.
+VlanConfig *Config::writable(VlanConfigMap::Node const &node) noexcept {
+    return const_cast<VlanConfig *>(node.value().get());
+}
+
+Qor::Ptr<VlanConfig> Config::vlanConfigMade(VlanId id) {
+    auto vlan = memberIs(
+        vlanConfig_, vlanConfigAttribute, id,
+        [id] { return Qor::Ptr<VlanConfig const>(Qor::make<VlanConfig>(id)); },
+        [this, id](VlanConfigMap::Node const &made) { byNumber_.is(id, writable(made)); });
+    return Qor::Ptr<VlanConfig>::adopt(const_cast<VlanConfig *>(vlan.detach()));
+}
+
 void Config::vlanConfigDel(VlanId id) {
-    memberDel(vlanConfig_, vlanConfigAttribute, id);
+    memberDel(vlanConfig_, vlanConfigAttribute, id,
+              [this, id](VlanConfigMap::Node const & /*removed*/) { byNumber_.is(id, nullptr); });
 }
 
 void Config::vlanConfigInsertForTest(Qor::Ptr<VlanConfig const> const &vlan) {
-    memberIs(vlanConfig_, vlanConfigAttribute, vlan->vlanId(), [&vlan] { return vlan; });
+    memberIs(
+        vlanConfig_, vlanConfigAttribute, vlan->vlanId(), [&vlan] { return vlan; },
+        [this, &vlan](VlanConfigMap::Node const &made) {
+            byNumber_.is(vlan->vlanId(), writable(made));
+        });
 }
 
 std::span<Qor::Attribute const> Config::qorAttributes() noexcept {

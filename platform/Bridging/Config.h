@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/Bridging/VlanId.h"
+#include "platform/Bridging/VlanIndex.h"
 #include "platform/Bridging/VlanPortConfig.h"
 #include "platform/Iftel/IntfId.h"
 #include "platform/Nuvio/Export.h"
@@ -67,10 +68,8 @@ class NUVIO_EXPORT Config final : public Qor::InputEntity, public Qor::PoolAlloc
     [[nodiscard]] Qor::Optional<Qor::Ptr<VlanConfig const>> vlanConfig(VlanId id) const;
     /// The VLAN, made empty if it is missing, for its members to be written.
     Qor::Ptr<VlanConfig> vlanConfigIs(VlanId id) {
-        auto vlan = memberIs(vlanConfig_, vlanConfigAttribute, id, [id] {
-            return Qor::Ptr<VlanConfig const>(Qor::make<VlanConfig>(id));
-        });
-        return Qor::Ptr<VlanConfig>::adopt(const_cast<VlanConfig *>(vlan.detach())); // made above
+        auto *const known = byNumber_.at(id);
+        return known ? Qor::Ptr<VlanConfig>(known) : vlanConfigMade(id);
     }
     /// Remove a VLAN with its members if there is one.
     void vlanConfigDel(VlanId id);
@@ -83,8 +82,11 @@ class NUVIO_EXPORT Config final : public Qor::InputEntity, public Qor::PoolAlloc
   private:
     friend Qor::Ptr<Config> Qor::make<Config>();
     Config() noexcept = default;
+    Qor::Ptr<VlanConfig> vlanConfigMade(VlanId id);
+    static VlanConfig *writable(VlanConfigMap::Node const &node) noexcept;
 
     VlanConfigMap vlanConfig_;
+    VlanIndex<VlanConfig> byNumber_;
 };
 
 } // namespace Bridging

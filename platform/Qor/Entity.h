@@ -62,10 +62,17 @@ template <class Self> class Collections : public Entity {
     /// The entity under `key`, made by `create()` and inserted if it is missing.
     template <class Map, class Create>
     auto memberIs(Map &map, short attributeId, typename Map::Key key, Create create) {
+        return memberIs(map, attributeId, key, create, [](auto const & /*inserted*/) noexcept {});
+    }
+    /// The same; `afterwards( node )` is part of the change.
+    template <class Map, class Create, class Afterwards>
+    auto memberIs(Map &map, short attributeId, typename Map::Key key, Create create,
+                  Afterwards afterwards) {
         using Node = typename Map::Node;
         auto const [node, isNew] = map.newMemberG(key, [&create] { return Node{create()}; });
         auto entity = node->value();
         if (isNew) [[unlikely]] {
+            afterwards(*node);
             self().publishChange(attributeId, &key);
         }
         return entity;
@@ -104,9 +111,12 @@ template <class Self> class Collections : public Entity {
     }
     /// Store a plain attribute.
     template <class Value> void attributeIs(Value &stored, short attributeId, Value value) {
-        if (!(stored == value)) {
+        bool const isHeard = publisher().hasSubscribers(); // first: it can be predicted
+        if (isHeard && !(stored == value)) {
             stored = value;
             self().publishChange(attributeId, nullptr);
+        } else {
+            stored = value;
         }
     }
 

@@ -54,6 +54,7 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <span>
 #include <type_traits>
 #include <utility>
 
@@ -76,6 +77,14 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
 
     /// `sizeHint`: entries to make room for at once.
     explicit HashMap2018(std::uint32_t sizeHint = 0) { reserve(sizeHint); }
+    /// Memory for the array of a small map, as part of the map's owner.
+    class Room;
+    /// Use `room`, which lives as long as the map, until more is needed or everything is dropped.
+    explicit HashMap2018(Room *room) noexcept : array_(room) {
+        static_assert(mayBeSmall && std::is_trivially_destructible_v<Node>);
+        homeBitsIs(smallHomeBits);
+        state_ |= borrowedBit;
+    }
     ~HashMap2018() { destroy(release()); }
     /// Not copyable, not movable: iterators and bookmarks belong to one map.
     HashMap2018(HashMap2018 const &) = delete;
@@ -96,10 +105,15 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
     [[nodiscard]] Node const *lookupNodeG(View key) const noexcept { return find(key); }
     [[nodiscard]] bool memberHas(View key) const noexcept { return find(key) != nullptr; }
 
+    /// The most entries of a small map.
+    static constexpr std::uint32_t smallEntries = 8;
+    /// The keys of a small map in the order of the walk, copied into `room`; none of any other.
+    std::span<K const> smallKeys(std::array<K, smallEntries> &room) const noexcept;
+
     /// Have the cache lines fetched that a look-up of that key touches.
     void prefetch(View key) const noexcept {
         if (isTable()) {
-            table().prefetch(hashOf(key), homeBits());
+            table().prefetch(hashOf(key), state_);
         } else {
             __builtin_prefetch(array_);
         }
@@ -117,6 +131,11 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
     /// The same for a node that `create()` makes only if the key is not there. It must not touch
     /// the map; what it throws leaves the map as it was.
     template <class Create> std::pair<Node *, bool> newMemberG(View key, Create create);
+    /// Insert into a set those keys of several that are not there already. Nothing is searched for
+    /// as long as they are the first ones that came, in this order, and for those behind the last.
+    /// `nodeOf( source )` makes an entry. Requires: no key twice.
+    template <class Source, class NodeOf>
+    void newMembersG(std::span<Source const> sources, NodeOf nodeOf);
     /// Take the entry of that key out; empty if there is none.
     Optional<Node> deleteMemberG(View key);
     /// Give an entry of this map another value.
@@ -156,13 +175,23 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
     using Table = Impl::HashTable<Node, Traits>;
 
     static constexpr unsigned minHomeBits = 2;
-    /// A small map has at most 2^3 entries.
+    /// A small map has at most so many entries, as a power of two.
     static constexpr unsigned smallHomeBits = 3;
+    static_assert(smallEntries == 1U << smallHomeBits);
     /// From 2^13 home slots on a map is large: to empty it takes a fraction of a millisecond.
     static constexpr unsigned largeHomeBits = 13;
     static constexpr bool mayBeSmall = std::is_same_v<KeyOf, StoredKey>;
     static constexpr unsigned firstHomeBits =
         mayBeSmall && sizeof(Node) <= 16 ? smallHomeBits : minHomeBits;
+
+    // The state word's low byte: bits 0-4 the table's homeDigits(), as look-ups need them; where
+    // there are none, bits 5-7 log2 of the home slots.
+    static constexpr std::uint32_t digitsMask = 0x1f;
+    static constexpr unsigned denseShift = 5;
+    static_assert(smallHomeBits == Table::denseHomeBits);
+
+    /// In the state word: the array is a Room.
+    static constexpr std::uint32_t borrowedBit = 1U << 31;
 
     // The count word of a small map: bits 0-3 the entries, bit 4 set while the order of the walk is
     // known, bits 8-31 that order: three bits each for the slots of the first to the last. Bits 5-7
@@ -171,9 +200,10 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
     static constexpr std::uint32_t smallSizeMask = 0xf;
     static constexpr std::uint32_t orderKnown = 0x10;
     static constexpr unsigned nextShift = 5;
+    static constexpr unsigned orderShift = 8;
     static constexpr std::uint32_t nextMask = 0x7U << nextShift;
     static constexpr std::uint32_t orderOfOne(std::uint32_t place, std::uint32_t slot) noexcept {
-        return slot << (8 + 3 * place);
+        return slot << (orderShift + 3 * place);
     }
 
     static constexpr unsigned homeBitsFor(std::uint32_t entries) noexcept {
@@ -186,25 +216,31 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
     [[nodiscard]] static std::uint32_t hashOf(View key) noexcept {
         return Table::storedHash(Traits::hash(HashHelper::hashSeed32() ^ TypeConstant, key));
     }
-    [[nodiscard]] unsigned homeBits() const noexcept { return state_ & 0xff; }
+    [[nodiscard]] unsigned homeBits() const noexcept {
+        unsigned const digits = state_ & digitsMask;
+        return digits != 0 ? digits : state_ >> denseShift & 7;
+    }
     [[nodiscard]] std::uint32_t capacityInEntries() const noexcept {
         return array_ ? Table::roomFor(homeBits()) : 0;
     }
     /// Also a map without array, if it may be small.
-    [[nodiscard]] bool isSmall() const noexcept {
-        return mayBeSmall && homeBits() <= smallHomeBits;
-    }
+    [[nodiscard]] bool isSmall() const noexcept { return mayBeSmall && (state_ & digitsMask) == 0; }
     [[nodiscard]] Node *smallNodes() const noexcept { return static_cast<Node *>(array_); }
     [[nodiscard]] Table &table() const noexcept { return *static_cast<Table *>(array_); }
     [[nodiscard]] bool isTable() const noexcept {
-        return mayBeSmall ? homeBits() > smallHomeBits : array_ != nullptr;
+        return mayBeSmall ? (state_ & digitsMask) != 0 : array_ != nullptr;
     }
-    void touch() noexcept { state_ = (state_ & ~0x7fffff00U) | ((state_ + 0x100) & 0x7fffff00U); }
-    void homeBitsIs(unsigned bits) noexcept { state_ = (state_ & ~0xffU) | bits; }
+    void touch(std::uint32_t changes = 1) noexcept {
+        state_ = (state_ & ~0x7fffff00U) | ((state_ + (changes << 8)) & 0x7fffff00U);
+    }
+    void homeBitsIs(unsigned bits) noexcept {
+        unsigned const digits = Table::homeDigits(bits);
+        state_ = (state_ & ~0xffU) | (digits != 0 ? digits : bits << denseShift);
+    }
 
     [[nodiscard]] Node *find(View key) const noexcept {
         if (isTable()) {
-            return table().find(hashOf(key), key, homeBits());
+            return table().find(hashOf(key), key, state_);
         }
         return isSmall() ? smallFind(key) : nullptr;
     }
@@ -227,9 +263,11 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
     }
     /// Put an entry whose key is not there behind the others.
     [[gnu::noinline]] Node *smallPut(Node &&node);
-    template <class Create> std::pair<Node *, bool> tableInsert(View key, Create &&create);
+    template <class Create>
+    [[gnu::noinline]] std::pair<Node *, bool> tableInsert(std::uint32_t hash, View key,
+                                                          Create &&create);
     /// Put an entry whose key is not there where it belongs.
-    [[gnu::noinline]] Node *tablePut(std::uint32_t slot, std::uint32_t hash, Node &&node);
+    Node *tablePut(std::uint32_t slot, std::uint32_t hash, Node &&node);
 
     // Places: where an iterator stands. In a small map, which in the order of the walk; in a table,
     // the slot.
@@ -247,7 +285,8 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
         return place;
     }
     [[nodiscard]] Node *nodeAt(std::uint32_t place) const noexcept {
-        return isTable() ? table().node(place) : smallNodes() + (count_ >> (8 + 3 * place) & 7);
+        return isTable() ? table().node(place)
+                         : smallNodes() + (count_ >> (orderShift + 3 * place) & 7);
     }
     /// Place of the first entry that is not before that key.
     [[nodiscard]] std::uint32_t lowerBound(View key) const noexcept;
@@ -265,29 +304,43 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
 
     /// What a map has when it lets go of its entries.
     struct Released {
-        void *array;
+        void *array; ///< null for a Room
         unsigned homeBits;
         std::uint32_t smallEntries;
     };
     /// Let go of all entries, so that an entry that looks at the map while it is destroyed finds
     /// none.
     [[nodiscard]] Released release() noexcept {
-        Released const released{array_, homeBits(), isSmall() ? size() : 0};
+        Released const released{isBorrowed() ? nullptr : array_, homeBits(),
+                                isSmall() ? size() : 0};
         array_ = nullptr;
         count_ = 0;
         homeBitsIs(0);
+        state_ &= ~borrowedBit;
         return released;
     }
     static void destroy(Released released) noexcept;
+    [[nodiscard]] bool isBorrowed() const noexcept { return (state_ & borrowedBit) != 0; }
+    /// Give back the array of a small map whose entries have moved out.
+    void smallArrayDelete() noexcept {
+        if (!isBorrowed()) {
+            Impl::mapArrayDelete(array_, smallBytes(homeBits()));
+        }
+        state_ &= ~borrowedBit;
+    }
     class Discarded;
     static constexpr std::size_t smallBytes(unsigned bits) noexcept { return sizeof(Node) << bits; }
     [[gnu::cold, gnu::noinline]] void rebuild(unsigned bits);
     void smallRebuild(unsigned bits);
     [[gnu::cold, gnu::noinline]] void tableRebuild(unsigned bits, std::uint32_t tail);
 
-    void *array_ = nullptr;           ///< small: the nodes; table: a Table
-    std::uint32_t state_ = 0;         ///< bits 0-7: log2 of the home slots; bits 8-30: stamp
+    void *array_ = nullptr;   ///< small: the nodes; table: a Table
+    std::uint32_t state_ = 0; ///< bits 0-7: see digitsMask; bits 8-30: stamp; see borrowedBit
     mutable std::uint32_t count_ = 0; ///< small: see smallSizeMask; table: entries
+};
+
+template <class K, class V, std::uint32_t C, class KeyOf> class HashMap2018<K, V, C, KeyOf>::Room {
+    alignas(Node) std::byte nodes_[sizeof(Node) * smallEntries];
 };
 
 // Insertion and deletion.
@@ -296,7 +349,13 @@ template <class K, class V, std::uint32_t C, class KeyOf>
 template <class Create>
 auto HashMap2018<K, V, C, KeyOf>::newMemberG(View key, Create create) -> std::pair<Node *, bool> {
     if (!isSmall()) {
-        return tableInsert(key, create);
+        std::uint32_t const hash = hashOf(key);
+        if (isTable()) {
+            if (Node *const node = table().findNear(hash, key, state_)) {
+                return {node, false};
+            }
+        }
+        return tableInsert(hash, key, create);
     }
     if (Node *const node = smallFind(key)) {
         return {node, false};
@@ -311,7 +370,9 @@ auto HashMap2018<K, V, C, KeyOf>::smallPut(Node &&node) -> Node * {
         rebuild(homeBitsFor(entries + 1));
         if (!isSmall()) {
             auto &&key = node.key();
-            return tableInsert(Traits::view(key), [&node] { return std::move(node); }).first;
+            return tableInsert(hashOf(Traits::view(key)), Traits::view(key),
+                               [&node] { return std::move(node); })
+                .first;
         }
     }
     count_ = entries + 1;
@@ -321,12 +382,11 @@ auto HashMap2018<K, V, C, KeyOf>::smallPut(Node &&node) -> Node * {
 
 template <class K, class V, std::uint32_t C, class KeyOf>
 template <class Create>
-auto HashMap2018<K, V, C, KeyOf>::tableInsert(View key, Create &&create)
+auto HashMap2018<K, V, C, KeyOf>::tableInsert(std::uint32_t hash, View key, Create &&create)
     -> std::pair<Node *, bool> {
-    std::uint32_t const hash = hashOf(key);
     std::uint32_t slot = 0;
     if (isTable()) {
-        auto const [place, isThere] = table().locate(hash, key, homeBits());
+        auto const [place, isThere] = table().locate(hash, key, state_);
         if (isThere) {
             return {table().node(place), false};
         }
@@ -336,11 +396,12 @@ auto HashMap2018<K, V, C, KeyOf>::tableInsert(View key, Create &&create)
 }
 
 template <class K, class V, std::uint32_t C, class KeyOf>
-auto HashMap2018<K, V, C, KeyOf>::tablePut(std::uint32_t slot, std::uint32_t hash, Node &&node)
-    -> Node * {
+[[gnu::always_inline]] inline auto HashMap2018<K, V, C, KeyOf>::tablePut(std::uint32_t slot,
+                                                                         std::uint32_t hash,
+                                                                         Node &&node) -> Node * {
     auto const locateAgain = [this, hash, &node] {
         auto &&key = node.key();
-        return table().locate(hash, Traits::view(key), homeBits()).first;
+        return table().locate(hash, Traits::view(key), state_).first;
     };
     if (count_ == capacityInEntries()) {
         rebuild(homeBitsFor(count_ + 1));
@@ -357,6 +418,32 @@ auto HashMap2018<K, V, C, KeyOf>::tablePut(std::uint32_t slot, std::uint32_t has
 }
 
 template <class K, class V, std::uint32_t C, class KeyOf>
+template <class Source, class NodeOf>
+void HashMap2018<K, V, C, KeyOf>::newMembersG(std::span<Source const> sources, NodeOf nodeOf) {
+    static_assert(mayBeSmall && Impl::isSet<Node>);
+    std::size_t next = 0;
+    if (isSmall() && sources.size() <= smallEntries) {
+        std::uint32_t const entries = size();
+        std::size_t const both = std::min<std::size_t>(entries, sources.size());
+        while (next < both && smallNodes()[next].key() == nodeOf(sources[next]).key()) {
+            ++next;
+        }
+        if (next == entries && next < sources.size()) { // none of the others is there
+            auto const size = static_cast<std::uint32_t>(sources.size());
+            reserve(size);
+            for (; next < size; ++next) {
+                std::construct_at(smallNodes() + next, nodeOf(sources[next]));
+            }
+            count_ = size;
+            touch(size - entries);
+        }
+    }
+    for (Source const &source : sources.subspan(next)) {
+        newMemberG(nodeOf(source));
+    }
+}
+
+template <class K, class V, std::uint32_t C, class KeyOf>
 auto HashMap2018<K, V, C, KeyOf>::deleteMemberG(View key) -> Optional<Node> {
     Node *const node = find(key);
     if (!node) {
@@ -365,7 +452,7 @@ auto HashMap2018<K, V, C, KeyOf>::deleteMemberG(View key) -> Optional<Node> {
     touch();
     if (!isSmall()) {
         --count_;
-        return table().take(table().slotOf(node), homeBits());
+        return table().take(table().slotOf(node), state_);
     }
     Optional<Node> taken(std::move(*node));
     count_ = (count_ & smallSizeMask) - 1;
@@ -459,10 +546,26 @@ std::uint32_t HashMap2018<K, V, C, KeyOf>::smallOrder() const noexcept {
 }
 
 template <class K, class V, std::uint32_t C, class KeyOf>
+std::span<K const>
+HashMap2018<K, V, C, KeyOf>::smallKeys(std::array<K, smallEntries> &room) const noexcept {
+    if (!isSmall()) {
+        return {};
+    }
+    smallOrderFind();
+    std::uint32_t const entries = size();
+    Node const *const nodes = smallNodes();
+    std::uint32_t order = count_ >> orderShift;
+    for (std::uint32_t place = 0; place < entries; ++place, order >>= 3) {
+        room[place] = nodes[order & 7].key();
+    }
+    return {room.data(), entries};
+}
+
+template <class K, class V, std::uint32_t C, class KeyOf>
 std::uint32_t HashMap2018<K, V, C, KeyOf>::lowerBound(View key) const noexcept {
     std::uint32_t const hash = hashOf(key);
     if (isTable()) {
-        return table().nextUsed(table().locate(hash, key, homeBits()).first);
+        return table().nextUsed(table().locate(hash, key, state_).first);
     }
     smallOrderFind();
     std::uint32_t place = 0;
@@ -508,7 +611,7 @@ void HashMap2018<K, V, C, KeyOf>::smallRebuild(unsigned bits) {
         Nuvio::HTCnt::incCount(Nuvio::HTCnt::Counter::rehash);
         std::uninitialized_move_n(smallNodes(), size(), bigger);
         std::destroy_n(smallNodes(), size());
-        Impl::mapArrayDelete(array_, smallBytes(homeBits()));
+        smallArrayDelete();
     }
     array_ = bigger;
     homeBitsIs(bits);
@@ -521,16 +624,17 @@ void HashMap2018<K, V, C, KeyOf>::tableRebuild(unsigned bits, std::uint32_t tail
     auto const hashAt = [this](std::uint32_t place) {
         return isTable() ? table().hash(place) : hashOf(Traits::view(nodeAt(place)->key()));
     };
+    unsigned const digits = Table::homeDigits(bits);
     std::uint32_t reach = 0;
     for (std::uint32_t place = firstFrom(0); place < places(); place = firstFrom(place + 1)) {
-        reach = std::max(reach, Table::home(hashAt(place), bits)) + 1;
+        reach = std::max(reach, Table::home(hashAt(place), digits)) + 1;
     }
     Table &bigger = *Table::make(std::max(reach, 1U << bits) + tail);
     std::uint32_t const entries = size();
     std::uint32_t to = 0;
     for (std::uint32_t place = firstFrom(0); place < places(); place = firstFrom(place + 1)) {
         std::uint32_t const hash = hashAt(place);
-        to = std::max(to, Table::home(hash, bits));
+        to = std::max(to, Table::home(hash, digits));
         Node *const node = nodeAt(place);
         bigger.put(to++, hash, std::move(*node));
         std::destroy_at(node);
@@ -540,7 +644,7 @@ void HashMap2018<K, V, C, KeyOf>::tableRebuild(unsigned bits, std::uint32_t tail
         if (isTable()) {
             table().release();
         } else {
-            Impl::mapArrayDelete(array_, smallBytes(homeBits()));
+            smallArrayDelete();
         }
     }
     array_ = &bigger;

@@ -9,8 +9,8 @@
 // pointer points; one hash per slot; the sentinels. So a look-up finds hash and node of a slot from
 // the pointer alone, and touches two cache lines, both on their way at once. Of a hash 31 bits are
 // kept, and 1 is added: so 0 marks a free slot, and the largest value is the sentinel, by which
-// searches need no bound. Behind the last home slot there is a tail for entries that are shifted
-// past it.
+// searches and shifts need no bound, and the header is not read. Behind the last home slot there is
+// a tail for entries that are shifted past it.
 #pragma once
 
 #include "platform/Nuvio/Export.h"
@@ -66,9 +66,13 @@ template <class Node, class Traits> class alignas(8) HashTable {
     static constexpr std::uint32_t tailOf(unsigned bits) noexcept {
         return bits <= denseHomeBits ? 0 : std::clamp((1U << bits) / 16, 8U, 32U);
     }
-    /// The slot at which the search for a hash starts, in a table of 2^bits home slots.
-    static constexpr std::uint32_t home(std::uint32_t hash, unsigned bits) noexcept {
-        return (hash - 1) >> (31 - (bits <= denseHomeBits ? 0 : bits));
+    /// How many of a hash's high bits say where its home slot is.
+    static constexpr unsigned homeDigits(unsigned bits) noexcept {
+        return bits <= denseHomeBits ? 0 : bits;
+    }
+    /// The slot at which the search for a hash starts. The five low bits of `digits` count.
+    static constexpr std::uint32_t home(std::uint32_t hash, unsigned digits) noexcept {
+        return (hash - 1) >> (~digits & 31);
     }
 
     /// An empty table of so many slots. Throws std::bad_alloc.
@@ -119,8 +123,8 @@ template <class Node, class Traits> class alignas(8) HashTable {
     [[nodiscard]] Node *nodeIfUsed(std::uint32_t slot) noexcept {
         return slot < slots_ && hashes()[slot] != freeSlot ? node(slot) : nullptr;
     }
-    void prefetch(std::uint32_t hash, unsigned bits) noexcept {
-        std::uint32_t const slot = home(hash, bits);
+    void prefetch(std::uint32_t hash, unsigned digits) noexcept {
+        std::uint32_t const slot = home(hash, digits);
         __builtin_prefetch(hashes() + slot);
         __builtin_prefetch(node(slot));
     }
@@ -131,9 +135,30 @@ template <class Node, class Traits> class alignas(8) HashTable {
         }
         return slot;
     }
-    /// `bits`: log2 of the home slots, here and below.
-    [[nodiscard]] Node *find(std::uint32_t hash, View key, unsigned bits) noexcept {
-        std::uint32_t slot = firstNotBelow(hash, bits);
+    /// `digits`: the table's homeDigits(), here and below.
+    [[nodiscard]] Node *find(std::uint32_t hash, View key, unsigned digits) noexcept {
+        if (Node *const near = findNear(hash, key, digits)) [[likely]] {
+            return near;
+        }
+        return findFar(hash, key, digits);
+    }
+    /// The same, but only the first slots from the key's home on are looked at, and of those the
+    /// first one of that hash.
+    [[nodiscard]] Node *findNear(std::uint32_t hash, View key, unsigned digits) noexcept {
+        std::uint32_t const slot = home(hash, digits);
+        Node *const first = node(slot);
+        __builtin_prefetch(first); // on its way while the hashes are compared
+        if (unsigned const equal = equalBits(slot, hash); equal != 0) [[likely]] {
+            Node *const there = first - static_cast<unsigned>(std::countr_zero(equal)) / 2;
+            if (Traits::equal(Traits::view(there->key()), key)) [[likely]] {
+                return there;
+            }
+        }
+        return nullptr;
+    }
+    [[nodiscard, gnu::noinline]] Node *findFar(std::uint32_t hash, View key,
+                                               unsigned digits) noexcept {
+        std::uint32_t slot = firstNotBelow(hash, digits);
         for (; hashes()[slot] == hash; ++slot) {
             if (Traits::equal(Traits::view(node(slot)->key()), key)) {
                 return node(slot);
@@ -143,8 +168,8 @@ template <class Node, class Traits> class alignas(8) HashTable {
     }
     /// The slot where the key is or belongs, and whether it is there.
     [[nodiscard]] std::pair<std::uint32_t, bool> locate(std::uint32_t hash, View key,
-                                                        unsigned bits) noexcept {
-        std::uint32_t slot = firstNotBelow(hash, bits);
+                                                        unsigned digits) noexcept {
+        std::uint32_t slot = firstNotBelow(hash, digits);
         for (; hashes()[slot] == hash; ++slot) {
             auto &&other = node(slot)->key();
             if (Traits::equal(Traits::view(other), key)) {
@@ -160,11 +185,10 @@ template <class Node, class Traits> class alignas(8) HashTable {
     /// Shift the entries from `slot` on by one, up to the next gap; false when the tail is full.
     [[nodiscard]] bool open(std::uint32_t slot) noexcept {
         std::uint32_t gap = slot;
-        while (hashes()[gap] != freeSlot) {
-            if (gap == slots_) {
+        for (; hashes()[gap] != freeSlot; ++gap) {
+            if (hashes()[gap] == sentinel) {
                 return false;
             }
-            ++gap;
         }
         for (; gap != slot; --gap) {
             moveNode(gap, gap - 1);
@@ -177,12 +201,12 @@ template <class Node, class Traits> class alignas(8) HashTable {
         return std::construct_at(node(slot), std::move(entry));
     }
     /// Take the entry out and shift those behind it back, as far as their homes allow.
-    Node take(std::uint32_t slot, unsigned bits) noexcept {
+    Node take(std::uint32_t slot, unsigned digits) noexcept {
         Node taken(std::move(*node(slot)));
         std::destroy_at(node(slot));
-        for (std::uint32_t next = slot + 1; next < slots_; slot = next++) {
+        for (std::uint32_t next = slot + 1;; slot = next++) {
             std::uint32_t const hash = hashes()[next];
-            if (hash == freeSlot || home(hash, bits) == next) {
+            if (hash == freeSlot || hash == sentinel || home(hash, digits) == next) {
                 break;
             }
             moveNode(slot, next);
@@ -227,10 +251,11 @@ template <class Node, class Traits> class alignas(8) HashTable {
     /// How many of the slots from there on are below: 8, or the number before the first that is
     /// not.
     [[nodiscard]] std::uint32_t countBelow(std::uint32_t slot, std::uint32_t hash) const noexcept;
+    /// Which of the eight slots from there on hold that hash: two bits each.
+    [[nodiscard]] unsigned equalBits(std::uint32_t slot, std::uint32_t hash) const noexcept;
     /// The first slot from the hash's home on that is free or holds no smaller hash.
-    [[nodiscard]] std::uint32_t firstNotBelow(std::uint32_t hash, unsigned bits) noexcept {
-        std::uint32_t const slot = home(hash, bits);
-        __builtin_prefetch(node(slot)); // on its way while the hashes are compared
+    [[nodiscard]] std::uint32_t firstNotBelow(std::uint32_t hash, unsigned digits) noexcept {
+        std::uint32_t const slot = home(hash, digits);
         std::uint32_t const count = countBelow(slot, hash);
         return count < sentinels ? slot + count : firstNotBelowFar(slot + count, hash);
     }
@@ -260,6 +285,23 @@ std::uint32_t HashTable<Node, Traits>::countBelow(std::uint32_t slot,
         ++count;
     }
     return count;
+#endif
+}
+
+template <class Node, class Traits>
+unsigned HashTable<Node, Traits>::equalBits(std::uint32_t slot, std::uint32_t hash) const noexcept {
+#ifdef __SSE2__
+    __m128i const wanted = _mm_set1_epi32(static_cast<int>(hash));
+    auto const *const group = reinterpret_cast<__m128i const *>(hashes() + slot);
+    __m128i const low = _mm_cmpeq_epi32(wanted, _mm_loadu_si128(group));
+    __m128i const high = _mm_cmpeq_epi32(wanted, _mm_loadu_si128(group + 1));
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi32(low, high)));
+#else
+    unsigned equal = 0;
+    for (std::uint32_t i = 0; i < sentinels; ++i) {
+        equal |= (hashes()[slot + i] == hash ? 3U : 0U) << 2 * i;
+    }
+    return equal;
 #endif
 }
 

@@ -52,9 +52,17 @@ VlanSubIntfConfigDir::~VlanSubIntfConfigDir() {
     }
 }
 
+Qor::Ptr<VlanSubIntfConfig> VlanSubIntfConfigDir::configMade(Bridging::VlanId id) {
+    return memberIs(
+        config_, configAttribute, id, [id] { return Qor::make<VlanSubIntfConfig>(id, true); },
+        [this, id](ConfigMap::Node const &made) { byNumber_.is(id, made.value().get()); });
+}
+
 void VlanSubIntfConfigDir::configDel(Bridging::VlanId id) {
-    memberDel(config_, configAttribute, id,
-              [](ConfigMap::Node const &removed) { removed.value()->letGo(); });
+    memberDel(config_, configAttribute, id, [this, id](ConfigMap::Node const &removed) {
+        byNumber_.is(id, nullptr);
+        removed.value()->letGo();
+    });
 }
 
 std::span<Qor::Attribute const> VlanSubIntfConfigDir::qorAttributes() noexcept {

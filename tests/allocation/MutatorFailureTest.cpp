@@ -51,6 +51,9 @@ TEST_P(MutatorFailureTest, OfTheDirectory) {
                               [this] { return dir->config().size(); });
     auto const entries =
         mutate([&] { config->intfIs(other); }, [&] { return config->intf().size(); });
+    for (std::uint32_t number = 2; number <= 9; ++number) { // as many as the entry has room for
+        subIntf->lagPhyIntfIs(Iftel::IntfId::intf(Iftel::IntfKind::ethernet, number));
+    }
     auto const members =
         mutate([&] { subIntf->lagPhyIntfIs(other); }, [&] { return subIntf->lagPhyIntf().size(); });
     EXPECT_EQ(vlans.ended + entries.ended + members.ended, 0);

@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -31,6 +32,9 @@ std::string printed(Qor::Entity const *entity) {
 
 // The VLANs.
 
+/// Those that a VLAN can have, and others.
+constexpr std::uint16_t anyNumbers[] = {0, 1, 4095, 4096, 65535};
+
 class ConfigTest : public TestSupport::CensusTest {
   protected:
     static constexpr VlanId vlan100{100};
@@ -50,6 +54,35 @@ TEST_F(ConfigTest, AVlanIsInsertedEmpty) {
     EXPECT_TRUE(vlan->intf().empty());
     EXPECT_TRUE(vlan->hasNotificationActive());
     EXPECT_EQ(config->vlanConfig().size(), 1U);
+}
+
+TEST_F(ConfigTest, AVlanOfAnyNumberIsFoundUntilItIsRemoved) {
+    for (std::uint16_t const number : anyNumbers) {
+        SCOPED_TRACE(number);
+        VlanId const id(number);
+        auto const vlan = config->vlanConfigIs(id);
+        EXPECT_EQ(config->vlanConfigIs(id), vlan);
+        ASSERT_TRUE(config->vlanConfig(id).hasValue());
+        EXPECT_EQ(*config->vlanConfig(id), vlan);
+        config->vlanConfigDel(id);
+        EXPECT_FALSE(config->vlanConfig(id).hasValue());
+        EXPECT_NE(config->vlanConfigIs(id), vlan);
+    }
+    EXPECT_EQ(config->vlanConfig().size(), 5U);
+}
+
+TEST_F(ConfigTest, AVlanThatIsRemovedInItsNoticeIsMadeAnew) {
+    observer.reactionIs([this](auto const &) { config->vlanConfigDel(vlan100); });
+    auto const gone = config->vlanConfigIs(vlan100);
+    observer.reactionIs({});
+    EXPECT_TRUE(config->vlanConfig().empty());
+    EXPECT_NE(config->vlanConfigIs(vlan100), gone);
+}
+
+TEST_F(ConfigTest, AVlanThatWasInsertedWithItsMembersIsTheOneThatIsWritten) {
+    auto const vlan = Qor::make<VlanConfig>(vlan100);
+    config->vlanConfigInsertForTest(vlan);
+    EXPECT_EQ(config->vlanConfigIs(vlan100), vlan);
 }
 
 TEST_F(ConfigTest, AnInsertedVlanIsPublishedWithItsKey) {

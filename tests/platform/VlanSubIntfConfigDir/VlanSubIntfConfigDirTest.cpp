@@ -31,6 +31,9 @@ std::string printed(Qor::Entity const *entity) {
 
 // The directory.
 
+/// Those that a VLAN can have, and others.
+constexpr std::uint16_t anyNumbers[] = {0, 1, 4095, 4096, 65535};
+
 class VlanSubIntfConfigDirTest : public TestSupport::CensusTest {
   protected:
     static constexpr VlanId vlan100{100};
@@ -64,6 +67,21 @@ TEST_F(VlanSubIntfConfigDirTest, AVlanThatIsThereIsGivenBackWithoutANotice) {
     observer.clear();
     EXPECT_EQ(dir->configIs(vlan100), vlan);
     EXPECT_THAT(observer.notices(), IsEmpty());
+}
+
+TEST_F(VlanSubIntfConfigDirTest, AVlanOfAnyNumberIsFoundUntilItIsRemoved) {
+    for (std::uint16_t const number : anyNumbers) {
+        SCOPED_TRACE(number);
+        VlanId const id(number);
+        auto const config = dir->configIs(id);
+        EXPECT_EQ(dir->configIs(id), config);
+        ASSERT_TRUE(dir->config(id).hasValue());
+        EXPECT_EQ(*dir->config(id), config);
+        dir->configDel(id);
+        EXPECT_FALSE(dir->config(id).hasValue());
+        EXPECT_NE(dir->configIs(id), config);
+    }
+    EXPECT_EQ(dir->config().size(), 5U);
 }
 
 TEST_F(VlanSubIntfConfigDirTest, AnAbsentVlanIsNone) {
