@@ -1,6 +1,7 @@
 #include "agent/source/FilesSource.h"
 
 #include "agent/Descriptor.h"
+#include "agent/Errno.h"
 #include "agent/Error.h"
 #include "agent/Progress.h"
 #include "agent/source/FolderWatch.h"
@@ -16,7 +17,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
-#include <system_error>
 #include <utility>
 
 namespace Agent {
@@ -24,10 +24,6 @@ namespace {
 
 /// What the agent takes in of a pipe in one turn: some thousands of rows.
 constexpr std::size_t bytesPerTurn = std::size_t{1} << 16;
-
-std::string errnoText() {
-    return std::generic_category().message(errno);
-}
 
 /// In the reading process: write everything, or end it when the agent is gone.
 void writeAll(int descriptor, std::string_view bytes) {

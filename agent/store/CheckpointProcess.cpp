@@ -1,6 +1,7 @@
 #include "agent/store/CheckpointProcess.h"
 
 #include "agent/Descriptor.h"
+#include "agent/Errno.h"
 #include "agent/Error.h"
 #include "platform/Nuvio/Assert.h"
 
@@ -17,15 +18,13 @@
 #include <csignal>
 #include <cstdint>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 namespace Agent {
 namespace {
 
 [[noreturn]] void failToStart(std::string const &path, int code) {
-    fail("{}: starting the process that copies its write-ahead log: {}", path,
-         std::generic_category().message(code));
+    fail("{}: starting the process that copies its write-ahead log: {}", path, errnoText(code));
 }
 
 /// A process; it is killed with this object.
