@@ -1,6 +1,6 @@
 #include "agent/InputFile.h"
 
-#include "agent/Error.h"
+#include "agent/Errno.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,8 +8,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
-#include <system_error>
 
 namespace Agent {
 namespace {
@@ -31,7 +29,7 @@ InputFile::InputFile(std::string const &path, Progress &progress)
       chunk_(std::make_unique_for_overwrite<char[]>(chunkSize)), cursor_(chunk_.get()),
       end_(chunk_.get()) {
     if (descriptor_ < 0) {
-        failWithErrno();
+        failWithErrno(name_, "cannot read");
     }
     progress_.stageIs("reading " + name_, sizeOf(descriptor_), largeFile);
 }
@@ -77,16 +75,12 @@ bool InputFile::refill() {
         count = ::read(descriptor_, chunk_.get(), chunkSize);
     } while (count < 0 && errno == EINTR);
     if (count < 0) {
-        failWithErrno();
+        failWithErrno(name_, "cannot read");
     }
     cursor_ = chunk_.get();
     end_ = cursor_ + count;
     ended_ = count == 0;
     return !ended_;
-}
-
-void InputFile::failWithErrno() const {
-    fail("{}: cannot read: {}", name_, std::generic_category().message(errno));
 }
 
 } // namespace Agent

@@ -47,7 +47,6 @@ class InputFile {
   private:
     /// Read the next chunk; false at the end of the file.
     bool refill();
-    [[noreturn]] void failWithErrno() const;
 
     std::string name_;
     Progress &progress_;

@@ -1,13 +1,11 @@
 #include "agent/LineReader.h"
 
-#include "agent/Error.h"
+#include "agent/Errno.h"
 
 #include <editline/readline.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <utility>
@@ -21,7 +19,7 @@ class FileLines final : public LineReader {
         if (path != "-") {
             file_.open(path);
             if (!file_) {
-                fail("{}: cannot be opened: {}", name_, std::strerror(errno));
+                failWithErrno(name_, "cannot be opened");
             }
             in_ = &file_;
         }
@@ -33,7 +31,7 @@ class FileLines final : public LineReader {
             return line;
         }
         if (in_->bad()) {
-            fail("{}: cannot be read: {}", name_, std::strerror(errno));
+            failWithErrno(name_, "cannot be read");
         }
         return std::nullopt;
     }

@@ -3,14 +3,6 @@
 #include "platform/Qor/Exceptions.h"
 
 namespace Agent {
-namespace {
-
-std::optional<Iftel::IntfId> knownIntf(std::string_view name) {
-    auto const registered = Iftel::NameTable::instance().lookup(name);
-    return registered ? registered : nativeIntf(name);
-}
-
-} // namespace
 
 std::optional<Iftel::IntfId> nativeIntf(std::string_view name) {
     if (name.empty() || Iftel::NameTable::instance().lookup(name)) {
@@ -21,6 +13,11 @@ std::optional<Iftel::IntfId> nativeIntf(std::string_view name) {
     } catch (Qor::RangeException const &) {
         return std::nullopt;
     }
+}
+
+std::optional<Iftel::IntfId> knownIntf(std::string_view name) {
+    auto const registered = Iftel::NameTable::instance().lookup(name);
+    return registered ? registered : nativeIntf(name);
 }
 
 Iftel::IntfId earlierSubIntf(std::string_view name) {

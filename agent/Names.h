@@ -10,6 +10,8 @@ namespace Agent {
 
 /// The identifier of a native text such as "PortChannel10.100"; empty for any other text.
 [[nodiscard]] std::optional<Iftel::IntfId> nativeIntf(std::string_view name);
+/// The identifier that a name leads to now, of a link or of a native text; none is made.
+[[nodiscard]] std::optional<Iftel::IntfId> knownIntf(std::string_view name);
 
 /// The identifier of a name that an earlier run used for a subinterface: the one it leads to now,
 /// else a new one, of a subinterface whose parent is not known. Requires: `name` is not empty.

@@ -1,11 +1,10 @@
 #include "agent/Output.h"
 
-#include "agent/Error.h"
+#include "agent/Errno.h"
 
 #include <unistd.h>
 
 #include <cerrno>
-#include <system_error>
 #include <utility>
 
 namespace Agent {
@@ -21,7 +20,7 @@ void Output::flush() {
         if (count >= 0) {
             rest.remove_prefix(static_cast<std::size_t>(count));
         } else if (errno != EINTR) {
-            fail("{}: cannot write: {}", name_, std::generic_category().message(errno));
+            failWithErrno(name_, "cannot write");
         }
     }
     text_.clear();

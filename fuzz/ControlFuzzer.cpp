@@ -10,8 +10,8 @@
 #include "agent/service/Service.h"
 #include "fuzz/Fresh.h"
 #include "platform/Nuvio/DebugHandler.h"
-#include "tests/agent/control/FakeParts.h"
-#include "tests/agent/store/NoCheckpointer.h"
+#include "tests/agent/service/FakeParts.h"
+#include "tests/agent/store/FakeCheckpointer.h"
 
 #include <nlohmann/json.hpp>
 
@@ -122,7 +122,8 @@ class Session {
     Nuvio::Ptr<Nuvio::Platform::DebugHandler> const trace_ =
         Nuvio::Platform::getDebugHandler("VlanSubIntfConfigLib", false);
     Agent::Loop loop_{Osk::TaskScheduler::TaskSchedulerIs()};
-    Agent::NoCheckpointer checkpointer_;
+    Agent::Recording disk_;
+    Agent::FakeCheckpointer checkpointer_;
     Agent::FakeSource *source_ = nullptr; ///< the service's
     Agent::Service service_{
         loop_,
@@ -131,12 +132,7 @@ class Session {
             source_ = made.get();
             return made;
         },
-        "store",
-        [] {
-            return std::make_unique<Agent::FakeStore>(
-                [](Agent::DirectoryJournal::Directory & /*directory*/) {});
-        },
-        checkpointer_};
+        "store", [this] { return std::make_unique<Agent::RecordingStore>(disk_); }, checkpointer_};
     Agent::ControlStatistics const clients_;
     CheckedReply reply_;
     Qor::Ptr<Osk::Task> const task_ = // one that never runs: every step yields at once

@@ -1,5 +1,6 @@
 #include "agent/control/Client.h"
 
+#include "agent/Errno.h"
 #include "agent/Error.h"
 #include "agent/JsonText.h"
 #include "agent/control/UnixAddress.h"
@@ -10,7 +11,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -20,10 +20,6 @@ namespace {
 using nlohmann::json;
 
 constexpr std::chrono::milliseconds connectAgainAfter{20};
-
-std::string errorText() {
-    return std::generic_category().message(errno);
-}
 
 /// Milliseconds for poll(), rounded up; -1 for ever.
 int pollTime(std::optional<Client::Clock::duration> wait) {
@@ -44,7 +40,7 @@ Client::Client(std::string path, Clock::duration comesWithin)
     while (!socket_ || ::connect(socket_.number(), address.get(), address.size()) != 0) {
         bool const mayCome = errno == ENOENT || errno == ECONNREFUSED;
         if (!mayCome || Clock::now() >= end) {
-            fail("{}: no agent answers: {}", path_, errorText());
+            failWithErrno(path_, "no agent answers");
         }
         std::this_thread::sleep_for(connectAgainAfter);
     }
@@ -79,7 +75,7 @@ void Client::send(std::string_view text) const {
         } else if (errno == EPIPE || errno == ECONNRESET) {
             return;
         } else if (errno != EINTR) {
-            fail("{}: cannot ask: {}", path_, errorText());
+            failWithErrno(path_, "cannot ask");
         }
     }
 }
@@ -106,7 +102,7 @@ bool Client::receive(std::optional<Clock::time_point> end, Wait const &wait) {
     } else if (count == 0 || errno == ECONNRESET) {
         fail("{}: the agent has left before its answer was complete", path_);
     } else if (errno != EINTR) {
-        fail("{}: cannot read the answer: {}", path_, errorText());
+        failWithErrno(path_, "cannot read the answer");
     }
     return true;
 }

@@ -1,5 +1,6 @@
 #include "agent/control/ControlSocket.h"
 
+#include "agent/Errno.h"
 #include "agent/Error.h"
 #include "agent/control/UnixAddress.h"
 #include "platform/Nuvio/Assert.h"
@@ -14,7 +15,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <optional>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -25,10 +25,6 @@ constexpr mode_t ownerOnly = 0600;
 constexpr mode_t ownerAndGroup = 0660;
 constexpr int backlog = 64;
 
-[[noreturn]] void failWith(std::string const &path, std::string_view what, int error) {
-    fail("{}: {}: {}", path, what, std::generic_category().message(error));
-}
-
 /// Make the folder and those above it; in /run they are for everybody to look into.
 void makeFolder(std::string const &path) {
     struct stat status {};
@@ -38,7 +34,7 @@ void makeFolder(std::string const &path) {
     makeFolder(path.substr(0, path.find_last_of('/')));
     mode_t const mode = path.starts_with("/run/") ? 0755 : 0700;
     if (::mkdir(path.c_str(), mode) != 0 && errno != EEXIST) {
-        failWith(path, "cannot make the folder", errno);
+        failWithErrno(path, "cannot make the folder");
     }
 }
 
@@ -48,8 +44,7 @@ gid_t groupId(std::string const &name) {
     struct group *found = nullptr;
     int const error = ::getgrnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found);
     if (!found) {
-        fail("there is no group {}{}", name,
-             error == 0 ? "" : ": " + std::generic_category().message(error));
+        fail("there is no group {}{}", name, error == 0 ? "" : ": " + errnoText(error));
     }
     return entry.gr_gid;
 }
@@ -107,11 +102,11 @@ void ControlSocket::lock() {
         lock_ = Descriptor(
             ::open(lockPath_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, ownerOnly));
         if (!lock_ || ::fstat(lock_.number(), &status) != 0) {
-            failWith(lockPath_, "cannot open", errno);
+            failWithErrno(lockPath_, "cannot open");
         }
         if (::flock(lock_.number(), LOCK_EX | LOCK_NB) != 0) {
             if (errno != EWOULDBLOCK) {
-                failWith(lockPath_, "cannot lock", errno);
+                failWithErrno(lockPath_, "cannot lock");
             }
             fail("{}: another agent is running", path_);
         }
@@ -124,7 +119,7 @@ void ControlSocket::clear() const {
     struct stat status {};
     if (::lstat(path_.c_str(), &status) != 0) {
         if (errno != ENOENT) {
-            failWith(path_, "cannot look", errno);
+            failWithErrno(path_, "cannot look");
         }
         return;
     }
@@ -137,10 +132,10 @@ void ControlSocket::clear() const {
         fail("{}: somebody is listening", path_);
     }
     if (errno != ECONNREFUSED) {
-        failWith(path_, "cannot connect to the socket that is there", errno);
+        failWithErrno(path_, "cannot connect to the socket that is there");
     }
     if (::unlink(path_.c_str()) != 0) {
-        failWith(path_, "cannot remove the socket of an earlier agent", errno);
+        failWithErrno(path_, "cannot remove the socket of an earlier agent");
     }
 }
 
@@ -150,13 +145,13 @@ void ControlSocket::listen(std::string const &group) {
     {
         PrivateFiles const guard;
         if (!socket_ || ::bind(socket_.number(), address.get(), address.size()) != 0) {
-            failWith(path_, "cannot make the socket", errno);
+            failWithErrno(path_, "cannot make the socket");
         }
     }
     try {
         permit(group);
         if (::listen(socket_.number(), backlog) != 0 || ::lstat(path_.c_str(), &file_) != 0) {
-            failWith(path_, "cannot listen", errno);
+            failWithErrno(path_, "cannot listen");
         }
     } catch (Error const &) {
         ::unlink(path_.c_str());
@@ -170,10 +165,10 @@ void ControlSocket::permit(std::string const &group) const {
     }
     constexpr auto sameOwner = static_cast<uid_t>(-1);
     if (::chown(path_.c_str(), sameOwner, groupId(group)) != 0) {
-        failWith(path_, "cannot be given to group " + group, errno);
+        failWithErrno(path_, "cannot be given to group " + group);
     }
     if (::chmod(path_.c_str(), ownerAndGroup) != 0) {
-        failWith(path_, "cannot be opened for group " + group, errno);
+        failWithErrno(path_, "cannot be opened for group " + group);
     }
 }
 

@@ -1,12 +1,12 @@
 #include "agent/control/InetAddress.h"
 
+#include "agent/Errno.h"
 #include "agent/Error.h"
 #include "agent/JsonText.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 
-#include <cerrno>
 #include <charconv>
 #include <optional>
 #include <string_view>
@@ -66,7 +66,7 @@ Descriptor InetAddress::listen() const {
     auto const *const address = reinterpret_cast<sockaddr const *>(&address_);
     if (!socket || ::setsockopt(socket.number(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)) != 0 ||
         ::bind(socket.number(), address, size_) != 0 || ::listen(socket.number(), backlog) != 0) {
-        fail("{}: cannot listen: {}", text_, std::generic_category().message(errno));
+        failWithErrno(text_, "cannot listen");
     }
     return socket;
 }
@@ -75,7 +75,7 @@ std::uint16_t InetAddress::portOf(int descriptor) {
     sockaddr_storage address{};
     socklen_t size = sizeof(address);
     if (::getsockname(descriptor, reinterpret_cast<sockaddr *>(&address), &size) != 0) {
-        fail("cannot tell the port: {}", std::generic_category().message(errno));
+        fail("cannot tell the port: {}", errnoText());
     }
     return ntohs(address.ss_family == AF_INET6
                      ? reinterpret_cast<sockaddr_in6 const &>(address).sin6_port

@@ -1,6 +1,6 @@
 #include "agent/loop/Loop.h"
 
-#include "agent/Error.h"
+#include "agent/Errno.h"
 #include "platform/Nuvio/Assert.h"
 
 #include <sys/epoll.h>
@@ -10,17 +10,12 @@
 #include <cerrno>
 #include <ctime>
 #include <limits>
-#include <system_error>
 #include <utility>
 
 namespace Agent {
 namespace {
 
 constexpr std::size_t eventsPerTurn = 64;
-
-[[noreturn]] void failWith(std::string_view what) {
-    fail("event loop: {}: {}", what, std::generic_category().message(errno));
-}
 
 /// What this thread has had of the processor.
 std::chrono::nanoseconds processorTime() noexcept {
@@ -64,7 +59,7 @@ Loop::Watch::Watch(Loop &loop, int descriptor, std::uint32_t events, std::string
     event.events = events;
     event.data.fd = descriptor;
     if (::epoll_ctl(loop_.epoll_.number(), EPOLL_CTL_ADD, descriptor, &event) != 0) {
-        failWith(cause_);
+        failWithErrno("event loop", cause_);
     }
     bool const isNew = loop_.watches_.emplace(descriptor, this).second;
     NUVIO_ASSERT(isNew && "one watch a descriptor");
@@ -86,7 +81,7 @@ void Loop::Watch::eventsIs(std::uint32_t events) {
     event.events = events_ = events;
     event.data.fd = descriptor_;
     if (::epoll_ctl(loop_.epoll_.number(), EPOLL_CTL_MOD, descriptor_, &event) != 0) {
-        failWith(cause_);
+        failWithErrno("event loop", cause_);
     }
 }
 
@@ -112,7 +107,7 @@ void Loop::Timer::stop() noexcept {
 Loop::Loop(Qor::Ptr<Osk::TaskScheduler> scheduler)
     : scheduler_(std::move(scheduler)), epoll_(::epoll_create1(EPOLL_CLOEXEC)) {
     if (!epoll_) {
-        failWith("epoll");
+        failWithErrno("event loop", "epoll");
     }
 }
 
@@ -140,7 +135,7 @@ void Loop::turn(std::chrono::milliseconds longestWait) {
     auto const begin = Clock::now();
     auto const processorBegin = processorTime();
     if (ready < 0 && errno != EINTR) {
-        failWith("epoll");
+        failWithErrno("event loop", "epoll");
     }
     longestSection_ = {};
     for (int i = 0; i < ready; ++i) {

@@ -1,13 +1,12 @@
 #include "agent/loop/Signals.h"
 
+#include "agent/Errno.h"
 #include "agent/Error.h"
 
 #include <sys/epoll.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <system_error>
 #include <utility>
 
 namespace Agent {
@@ -21,7 +20,7 @@ Signals::Signals(Loop &loop, std::initializer_list<int> signals, std::function<v
     }
     descriptor_ = Descriptor(::signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC));
     if (!descriptor_) {
-        fail("cannot wait for signals: {}", std::generic_category().message(errno));
+        fail("cannot wait for signals: {}", errnoText());
     }
     ::sigprocmask(SIG_BLOCK, &set, &before_);
     watch_.emplace(loop, descriptor_.number(), EPOLLIN, "signals",

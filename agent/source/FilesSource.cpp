@@ -1,6 +1,8 @@
 #include "agent/source/FilesSource.h"
 
+#include "agent/ChildProcess.h"
 #include "agent/Descriptor.h"
+#include "agent/Errno.h"
 #include "agent/Error.h"
 #include "agent/Progress.h"
 #include "agent/source/FolderWatch.h"
@@ -9,14 +11,12 @@
 #include <fcntl.h>
 #include <sys/epoll.h>
 #include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
-#include <system_error>
 #include <utility>
 
 namespace Agent {
@@ -24,10 +24,6 @@ namespace {
 
 /// What the agent takes in of a pipe in one turn: some thousands of rows.
 constexpr std::size_t bytesPerTurn = std::size_t{1} << 16;
-
-std::string errnoText() {
-    return std::generic_category().message(errno);
-}
 
 /// In the reading process: write everything, or end it when the agent is gone.
 void writeAll(int descriptor, std::string_view bytes) {
@@ -63,24 +59,19 @@ struct FilesSource::Reading {
         }
         pipe = Descriptor(ends[0]);
         Descriptor const end(ends[1]); // the process has its own
-        process = ::fork();
-        if (process == 0) {
+        pid_t const child = ::fork();
+        if (child == 0) {
             readInto(ends[1], files);
         }
-        if (process < 0) {
+        if (child < 0) {
             fail("cannot make a process: {}", errnoText());
         }
+        process.emplace(child);
         ::fcntl(pipe.number(), F_SETFL, O_NONBLOCK);
     }
-    ~Reading() {
-        ::kill(process, SIGKILL); // it has ended, or nobody wants what it reads
-        ::waitpid(process, nullptr, 0);
-    }
-    Reading(Reading const &) = delete;
-    Reading &operator=(Reading const &) = delete;
 
-    pid_t process = -1;
     Descriptor pipe;
+    std::optional<ChildProcess> process; ///< the one that reads
     std::unique_ptr<Loop::Watch> watch;
     InputRowsReader rows;
 };

@@ -1,5 +1,6 @@
 #include "agent/source/FolderWatch.h"
 
+#include "agent/Errno.h"
 #include "agent/Error.h"
 
 #include <sys/epoll.h>
@@ -7,11 +8,9 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
-#include <system_error>
 #include <utility>
 
 namespace Agent {
@@ -28,7 +27,7 @@ FolderWatch::FolderWatch(Loop &loop, std::vector<std::string> const &files,
                          std::function<void()> changed)
     : changed_(std::move(changed)), descriptor_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
     if (!descriptor_) {
-        fail("cannot watch files: {}", std::generic_category().message(errno));
+        fail("cannot watch files: {}", errnoText());
     }
     for (std::string const &file : files) {
         add(file);
@@ -43,7 +42,7 @@ void FolderWatch::add(std::string const &file) {
     int const watch =
         ::inotify_add_watch(descriptor_.number(), folder.c_str(), fileEvents | IN_ONLYDIR);
     if (watch < 0) {
-        fail("{}: cannot watch its folder: {}", file, std::generic_category().message(errno));
+        failWithErrno(file, "cannot watch its folder");
     }
     files_[watch].insert(path.filename().string());
 }

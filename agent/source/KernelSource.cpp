@@ -1,5 +1,6 @@
 #include "agent/source/KernelSource.h"
 
+#include "agent/Errno.h"
 #include "agent/Error.h"
 #include "platform/Nuvio/Assert.h"
 
@@ -9,7 +10,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <system_error>
 #include <utility>
 #include <variant>
 
@@ -335,7 +335,7 @@ void KernelSource::handleAnswerError(nlmsghdr const &message) {
 void KernelSource::listingEndsBut(int error) {
     if (error != 0) {
         fail("listing the {}: {}", listing_.what == NetlinkDump::links ? "links" : "VLANs",
-             std::generic_category().message(error));
+             errnoText(error));
     }
     listingEnds();
 }

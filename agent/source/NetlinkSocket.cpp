@@ -1,5 +1,7 @@
 #include "agent/source/NetlinkSocket.h"
 
+#include "agent/Descriptor.h"
+#include "agent/Errno.h"
 #include "agent/Error.h"
 #include "agent/JsonText.h"
 
@@ -8,59 +10,37 @@
 #include <linux/rtnetlink.h>
 #include <sched.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <system_error>
 #include <utility>
 
 namespace Agent {
 namespace {
 
-std::string errorText(int error) {
-    return std::generic_category().message(error);
+Descriptor opened(std::string const &path) {
+    return Descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
 }
-
-/// A descriptor that is closed with the object.
-class Descriptor {
-  public:
-    explicit Descriptor(std::string const &path)
-        : number_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
-    ~Descriptor() {
-        if (valid()) {
-            ::close(number_);
-        }
-    }
-    Descriptor(Descriptor const &) = delete;
-    Descriptor &operator=(Descriptor const &) = delete;
-
-    [[nodiscard]] bool valid() const noexcept { return number_ >= 0; }
-    [[nodiscard]] int number() const noexcept { return number_; }
-
-  private:
-    int number_;
-};
 
 /// The process is in the network namespace of that name as long as this object lives.
 class NamespaceVisit {
   public:
-    explicit NamespaceVisit(std::string const &name) : home_("/proc/self/ns/net") {
-        if (!home_.valid()) {
-            fail("/proc/self/ns/net: {}", errorText(errno));
+    explicit NamespaceVisit(std::string const &name) : home_(opened("/proc/self/ns/net")) {
+        if (!home_) {
+            fail("/proc/self/ns/net: {}", errnoText());
         }
         if (name == "." || name == ".." || name.find('/') != std::string::npos) {
             fail("network namespace {}: this is no name of one", quote(name));
         }
         std::string const path = "/run/netns/" + name;
-        Descriptor const there(path);
+        Descriptor const there = opened(path);
         int const error = errno;
-        Descriptor const older("/var/run/netns/" + name);
-        if (!there.valid() && !older.valid()) {
-            fail("network namespace {}: {}: {}", quote(name), path, errorText(error));
+        Descriptor const older = opened("/var/run/netns/" + name);
+        if (!there && !older) {
+            fail("network namespace {}: {}: {}", quote(name), path, errnoText(error));
         }
-        if (::setns((there.valid() ? there : older).number(), CLONE_NEWNET) != 0) {
-            fail("network namespace {}: {}: {}", quote(name), path, errorText(errno));
+        if (::setns((there ? there : older).number(), CLONE_NEWNET) != 0) {
+            fail("network namespace {}: {}: {}", quote(name), path, errnoText());
         }
     }
     ~NamespaceVisit() { leave(); }
@@ -86,7 +66,7 @@ void NetlinkSocket::Close::operator()(mnl_socket *socket) const noexcept {
 NetlinkSocket::Socket NetlinkSocket::open() {
     Socket socket(mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (!socket) {
-        fail("netlink socket: {}", errorText(errno));
+        fail("netlink socket: {}", errnoText());
     }
     return socket;
 }
@@ -99,12 +79,12 @@ NetlinkSocket::NetlinkSocket(std::string const &netns, int receiveBuffer)
         NamespaceVisit visit(netns);
         socket_ = open();
         if (!visit.leave()) {
-            fail("network namespace {}: no way back out of it: {}", quote(netns), errorText(errno));
+            fail("network namespace {}: no way back out of it: {}", quote(netns), errnoText());
         }
     }
     receiveBufferIs(receiveBuffer != 0 ? receiveBuffer : defaultReceiveBuffer);
     if (mnl_socket_bind(socket_.get(), 0, MNL_SOCKET_AUTOPID) != 0) {
-        fail("netlink socket: bind: {}", errorText(errno));
+        failWithErrno("netlink socket", "bind");
     }
     groupIs(RTNLGRP_LINK);
     groupIs(RTNLGRP_BRVLAN);
@@ -117,12 +97,12 @@ void NetlinkSocket::receiveBufferIs(int bytes) const {
             return;
         }
     }
-    fail("netlink socket: receive buffer of {} bytes: {}", bytes, errorText(errno));
+    fail("netlink socket: receive buffer of {} bytes: {}", bytes, errnoText());
 }
 
 void NetlinkSocket::groupIs(int group) const {
     if (mnl_socket_setsockopt(socket_.get(), NETLINK_ADD_MEMBERSHIP, &group, sizeof(group)) != 0) {
-        fail("netlink socket: group {}: {} (Linux 5.6 and later have it)", group, errorText(errno));
+        fail("netlink socket: group {}: {} (Linux 5.6 and later have it)", group, errnoText());
     }
 }
 
@@ -136,7 +116,7 @@ std::uint32_t NetlinkSocket::portId() const noexcept {
 
 void NetlinkSocket::send(std::span<std::byte const> request) {
     if (mnl_socket_sendto(socket_.get(), request.data(), request.size()) < 0) {
-        fail("netlink socket: send: {}", errorText(errno));
+        failWithErrno("netlink socket", "send");
     }
 }
 
@@ -157,7 +137,7 @@ NetlinkChannel::Received NetlinkSocket::receive() {
         case ENOSPC:
             fail("netlink socket: a datagram of more than {} bytes", buffer_.size());
         default:
-            fail("netlink socket: receive: {}", errorText(errno));
+            failWithErrno("netlink socket", "receive");
         }
     }
 }

@@ -1,6 +1,8 @@
 #include "agent/store/CheckpointProcess.h"
 
+#include "agent/ChildProcess.h"
 #include "agent/Descriptor.h"
+#include "agent/Errno.h"
 #include "agent/Error.h"
 #include "platform/Nuvio/Assert.h"
 
@@ -17,43 +19,14 @@
 #include <csignal>
 #include <cstdint>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 namespace Agent {
 namespace {
 
 [[noreturn]] void failToStart(std::string const &path, int code) {
-    fail("{}: starting the process that copies its write-ahead log: {}", path,
-         std::generic_category().message(code));
+    fail("{}: starting the process that copies its write-ahead log: {}", path, errnoText(code));
 }
-
-/// A process; it is killed with this object.
-class Child {
-  public:
-    explicit Child(pid_t process) noexcept : process_(process) {}
-    ~Child() {
-        if (process_ > 0) {
-            ::kill(process_, SIGKILL);
-            static_cast<void>(wait());
-        }
-    }
-    Child(Child const &) = delete;
-    Child &operator=(Child const &) = delete;
-
-    [[nodiscard]] pid_t process() const noexcept { return process_; }
-    /// Wait for its end; returns its status. To be called once.
-    [[nodiscard]] int wait() noexcept {
-        int status = 0;
-        while (::waitpid(process_, &status, 0) < 0 && errno == EINTR) {
-        }
-        process_ = 0;
-        return status;
-    }
-
-  private:
-    pid_t process_;
-};
 
 /// What a new process has open: nothing to read, and standard error into `words`.
 class FileActions {
@@ -110,7 +83,7 @@ std::string read(Descriptor const &words) {
 struct CheckpointProcess::Run {
     explicit Run(pid_t process) noexcept : child(process) {}
 
-    Child child;
+    ChildProcess child;
     Descriptor words; ///< its standard error
     Descriptor end;   ///< can be read when it has ended
     std::optional<Loop::Watch> watch;
@@ -135,7 +108,7 @@ void CheckpointProcess::start(Done done) {
     Descriptor const theirs(ends[1]);
     auto run = std::make_unique<Run>(spawn(program_, path_, theirs.number()));
     run->words = std::move(words);
-    run->end = endOf(run->child.process());
+    run->end = endOf(run->child.number());
     if (!run->end) {
         failToStart(path_, errno);
     }

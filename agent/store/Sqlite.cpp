@@ -1,10 +1,9 @@
 #include "agent/store/Sqlite.h"
 
+#include "agent/Errno.h"
 #include "agent/Error.h"
 #include "agent/JsonText.h"
 
-#include <cstring>
-#include <system_error>
 #include <utility>
 
 namespace Agent {
@@ -28,9 +27,8 @@ std::string systemCause(sqlite3 *connection, int code) {
     bool const isOfSystem = primaryCode(code) == SQLITE_IOERR ||
                             primaryCode(code) == SQLITE_CANTOPEN ||
                             primaryCode(code) == SQLITE_READONLY;
-    return isOfSystem && systemCode != 0
-               ? fmt::format(" ({})", std::generic_category().message(systemCode))
-               : std::string();
+    return isOfSystem && systemCode != 0 ? fmt::format(" ({})", errnoText(systemCode))
+                                         : std::string();
 }
 
 } // namespace

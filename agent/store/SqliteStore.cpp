@@ -70,12 +70,6 @@ SqliteConnection &prepared(SqliteConnection &connection, StoreFile const &file) 
 
 // Between rows and directory.
 
-/// The interface that a name leads to now; none is made.
-std::optional<Iftel::IntfId> knownIntf(std::string_view name) {
-    auto const registered = Iftel::NameTable::instance().lookup(name);
-    return registered ? registered : nativeIntf(name);
-}
-
 /// Finds the entries of rows. The directory must not change meanwhile.
 class EntryFinder {
   public:

@@ -1,5 +1,6 @@
 #include "agent/store/StoreFile.h"
 
+#include "agent/Errno.h"
 #include "agent/Error.h"
 
 #include <fcntl.h>
@@ -27,10 +28,6 @@ using Header = std::array<unsigned char, 100>;
 constexpr std::size_t versionOffset = 60;
 constexpr std::size_t applicationOffset = 68;
 constexpr std::string_view magic("SQLite format 3\0", 16);
-
-[[noreturn]] void failWithErrno(std::string_view path, std::string_view doing) {
-    fail("{}: {}: {}", path, doing, std::generic_category().message(errno));
-}
 
 std::uint32_t numberAt(Header const &header, std::size_t offset) noexcept {
     std::uint32_t number = 0;

@@ -1,6 +1,6 @@
 #include "agent/InputFile.h"
 
-#include "agent/Error.h"
+#include "tests/agent/MessageOf.h"
 #include "tests/agent/TempDir.h"
 
 #include <gmock/gmock.h>
@@ -25,14 +25,6 @@ class InputFileTest : public testing::Test {
             text += file.peek();
         }
         return text;
-    }
-    static std::string messageOf(auto const &action) {
-        try {
-            action();
-        } catch (Error const &error) {
-            return error.what();
-        }
-        return "no error";
     }
 };
 

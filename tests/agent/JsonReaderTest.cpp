@@ -1,6 +1,6 @@
 #include "agent/JsonReader.h"
 
-#include "agent/Error.h"
+#include "tests/agent/MessageOf.h"
 #include "tests/agent/TempDir.h"
 
 #include <gmock/gmock.h>
@@ -37,13 +37,7 @@ class JsonReaderTest : public testing::Test {
         reader.read();
     }
     std::string messageOf(std::string_view text) {
-        try {
-            read(text);
-        } catch (Error const &error) {
-            std::string const message = error.what();
-            return message.substr(dir.file("").size());
-        }
-        return "no error";
+        return Agent::messageOf([&] { read(text); }, dir.file(""));
     }
 };
 

@@ -1,6 +1,7 @@
 #include "agent/LineReader.h"
 
 #include "agent/Error.h"
+#include "tests/agent/MessageOf.h"
 #include "tests/agent/TempDir.h"
 #include "tests/agent/Terminal.h"
 
@@ -36,12 +37,8 @@ TEST(LineReaderOfAFile, AnEmptyFileHasNoLines) {
 
 TEST(LineReaderOfAFile, WhatCannotBeReadIsAnError) {
     TempDir const dir;
-    try {
-        static_cast<void>(fileLines(dir.file("none")));
-        FAIL() << "opened a file that is not there";
-    } catch (Error const &error) {
-        EXPECT_EQ(error.what(), dir.file("none") + ": cannot be opened: No such file or directory");
-    }
+    EXPECT_EQ(messageOf([&] { static_cast<void>(fileLines(dir.file("none"))); }, dir.file("")),
+              "none: cannot be opened: No such file or directory");
     auto const folder = fileLines(dir.file(""));
     EXPECT_THROW(static_cast<void>(folder->next()), Error);
 }

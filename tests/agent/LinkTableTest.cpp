@@ -1,6 +1,6 @@
 #include "agent/LinkTable.h"
 
-#include "agent/Error.h"
+#include "tests/agent/MessageOf.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,14 +26,6 @@ class LinkTableTest : public testing::Test {
     Iftel::IntfId id(std::string_view name) const { return links.find(name)->id; }
     Iftel::IntfId parent(std::string_view name) const {
         return Iftel::SubIntfId::parentIntfId(id(name));
-    }
-    static std::string messageOf(auto const &action) {
-        try {
-            action();
-        } catch (Error const &error) {
-            return error.what();
-        }
-        return "no error";
     }
 };
 

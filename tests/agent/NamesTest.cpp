@@ -27,6 +27,13 @@ TEST_F(NamesTest, OtherTextsAreNotNative) {
     EXPECT_FALSE(nativeIntf("Ethernet1"));
 }
 
+TEST_F(NamesTest, AKnownNameIsOfALinkOrANativeText) {
+    EXPECT_EQ(knownIntf("PortChannel1"), IntfId("PortChannel1"));
+    EXPECT_FALSE(knownIntf("eth1"));
+    IntfId const link = NameTable::instance().intfIs("eth1", IntfKind::ethernet);
+    EXPECT_EQ(knownIntf("eth1"), link);
+}
+
 TEST_F(NamesTest, AnEarlierNameLeadsToTheCurrentInterface) {
     IntfId const bond = NameTable::instance().intfIs("bond0", IntfKind::portChannel);
     IntfId const sub = NameTable::instance().subIntfIs("bond0.5", bond);

@@ -1,6 +1,7 @@
 #include "agent/Output.h"
 
 #include "agent/Error.h"
+#include "tests/agent/MessageOf.h"
 #include "tests/agent/TempDir.h"
 
 #include <fcntl.h>
@@ -47,12 +48,8 @@ TEST_F(OutputTest, AFullDiskIsAnErrorThatNamesTheStream) {
     int const full = ::open("/dev/full", O_WRONLY);
     Output output(full, "standard output");
     output.text() = "x";
-    try {
-        output.flush();
-        FAIL() << "no error";
-    } catch (Error const &error) {
-        EXPECT_STREQ(error.what(), "standard output: cannot write: No space left on device");
-    }
+    EXPECT_EQ(messageOf([&] { output.flush(); }),
+              "standard output: cannot write: No space left on device");
     ::close(full);
 }
 

@@ -33,6 +33,17 @@ double secondsOf(struct timeval const &time) {
 
 } // namespace
 
+void executeProgram(std::vector<std::string> arguments) {
+    std::string program = VLAN_SUBINTF_PROGRAM;
+    std::vector<char *> pointers{program.data()};
+    for (std::string &argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    ::execv(program.c_str(), pointers.data());
+    ::_exit(126);
+}
+
 void Program::execute(std::string const &input, std::string const &out,
                       std::string const &err) const {
     redirect(STDIN_FILENO, input, O_RDONLY);
@@ -47,15 +58,7 @@ void Program::execute(std::string const &input, std::string const &out,
     for (auto const &[name, value] : environment_) {
         ::setenv(name.c_str(), value.c_str(), 1);
     }
-    std::string program = VLAN_SUBINTF_PROGRAM;
-    std::vector<std::string> arguments = arguments_;
-    std::vector<char *> pointers{program.data()};
-    for (std::string &argument : arguments) {
-        pointers.push_back(argument.data());
-    }
-    pointers.push_back(nullptr);
-    ::execv(program.c_str(), pointers.data());
-    ::_exit(126);
+    executeProgram(arguments_);
 }
 
 ProgramResult Program::run() const {

@@ -11,6 +11,9 @@
 
 namespace Agent {
 
+/// Become the program, in a process that was forked for it.
+[[noreturn]] void executeProgram(std::vector<std::string> arguments);
+
 struct ProgramResult {
     int status = -1; ///< exit status; -1 for one that a signal ended
     std::string out; ///< empty where it went elsewhere

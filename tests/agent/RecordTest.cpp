@@ -1,6 +1,6 @@
 #include "agent/Record.h"
 
-#include "agent/Error.h"
+#include "tests/agent/MessageOf.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -22,14 +22,6 @@ class RecordTest : public testing::Test {
     Record record(char const *text) {
         object = json::parse(text);
         return {object, origin, object.empty()};
-    }
-    static std::string messageOf(auto const &action) {
-        try {
-            action();
-        } catch (Error const &error) {
-            return error.what();
-        }
-        return "no error";
     }
 };
 

@@ -2,11 +2,11 @@
 #pragma once
 
 #include "agent/DirectoryDocument.h"
-#include "agent/Error.h"
 #include "agent/InputFile.h"
 #include "platform/Bridging.h"
 #include "platform/Iftel.h"
 #include "platform/Lag.h"
+#include "tests/agent/MessageOf.h"
 #include "tests/agent/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -35,14 +35,7 @@ class SourceTest : public testing::Test {
     }
     /// The message of the Error that `action` throws, without the folder.
     std::string messageOf(auto const &action) const {
-        try {
-            action();
-        } catch (Error const &error) {
-            std::string const message = error.what();
-            auto const folder = dir.file("");
-            return message.starts_with(folder) ? message.substr(folder.size()) : message;
-        }
-        return "no error";
+        return Agent::messageOf(action, dir.file(""));
     }
 
     /// "100 bond0.100 tag both", a line each, in order.

@@ -1,9 +1,9 @@
 #include "tests/agent/Terminal.h"
 
+#include "tests/agent/Program.h"
+
 #include <poll.h>
 #include <pty.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace Agent {
 namespace {
@@ -18,37 +19,21 @@ namespace {
 /// The program answers at once; a busy machine may take its time.
 constexpr int patienceMs = 30'000;
 
-[[noreturn]] void execute(std::vector<std::string> arguments) {
-    ::setenv("TERM", "dumb", 1); // lines are edited, and no cursor is moved about
-    std::string program = VLAN_SUBINTF_PROGRAM;
-    std::vector<char *> pointers{program.data()};
-    for (std::string &argument : arguments) {
-        pointers.push_back(argument.data());
-    }
-    pointers.push_back(nullptr);
-    ::execv(program.c_str(), pointers.data());
-    ::_exit(126);
-}
-
 } // namespace
 
 Terminal::Terminal(std::vector<std::string> arguments) {
     struct winsize const size{40, 200, 0, 0};
-    child_ = ::forkpty(&master_, nullptr, nullptr, &size);
-    if (child_ < 0) {
+    int master = -1;
+    pid_t const child = ::forkpty(&master, nullptr, nullptr, &size);
+    if (child < 0) {
         throw std::runtime_error("cannot open a terminal");
     }
-    if (child_ == 0) {
-        execute(std::move(arguments));
+    if (child == 0) {
+        ::setenv("TERM", "dumb", 1); // lines are edited, and no cursor is moved about
+        executeProgram(std::move(arguments));
     }
-}
-
-Terminal::~Terminal() {
-    if (child_ > 0) {
-        ::kill(child_, SIGKILL);
-        ::waitpid(child_, nullptr, 0);
-    }
-    ::close(master_);
+    master_ = Descriptor(master);
+    child_.emplace(child);
 }
 
 /// The line editor prints its prompt before it takes the terminal over; a key typed in between is
@@ -57,7 +42,7 @@ void Terminal::awaitEditor() const {
     constexpr auto pause = std::chrono::milliseconds(1);
     struct termios mode {};
     for (int waitedMs = 0; waitedMs < patienceMs; ++waitedMs) {
-        if (::tcgetattr(master_, &mode) == 0 && (mode.c_lflag & ICANON) == 0) {
+        if (::tcgetattr(master_.number(), &mode) == 0 && (mode.c_lflag & ICANON) == 0) {
             return;
         }
         std::this_thread::sleep_for(pause);
@@ -67,21 +52,21 @@ void Terminal::awaitEditor() const {
 
 void Terminal::type(std::string_view keys) const {
     awaitEditor();
-    if (::write(master_, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size())) {
+    if (::write(master_.number(), keys.data(), keys.size()) != static_cast<ssize_t>(keys.size())) {
         throw std::runtime_error("cannot type");
     }
 }
 
 bool Terminal::read() {
     struct pollfd ready {
-        master_, POLLIN, 0
+        master_.number(), POLLIN, 0
     };
     if (::poll(&ready, 1, patienceMs) <= 0) {
-        ::kill(child_, SIGKILL); // it hangs
+        ::kill(child_->number(), SIGKILL); // it hangs
         return false;
     }
     char buffer[4096];
-    ssize_t const count = ::read(master_, buffer, sizeof buffer);
+    ssize_t const count = ::read(master_.number(), buffer, sizeof buffer);
     if (count > 0) {
         screen_.append(buffer, static_cast<std::size_t>(count));
     }
@@ -103,9 +88,7 @@ bool Terminal::shows(std::string_view text) {
 int Terminal::exitStatus() {
     while (read()) {
     }
-    int status = 0;
-    ::waitpid(child_, &status, 0);
-    child_ = -1;
+    int const status = child_->wait();
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 

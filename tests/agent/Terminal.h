@@ -1,8 +1,11 @@
 // The built program on a terminal of its own, with somebody typing.
 #pragma once
 
-#include <sys/types.h>
+#include "agent/ChildProcess.h"
+#include "agent/Descriptor.h"
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,12 +14,8 @@ namespace Agent {
 
 class Terminal {
   public:
-    /// Start the program; its three standard streams are the terminal.
+    /// Start the program, which ends with this object; its three standard streams are the terminal.
     explicit Terminal(std::vector<std::string> arguments);
-    /// Ends the program, if it still runs.
-    ~Terminal();
-    Terminal(Terminal const &) = delete;
-    Terminal &operator=(Terminal const &) = delete;
 
     void type(std::string_view keys) const;
     /// Wait until the screen shows `text` behind what was waited for before; false when the program
@@ -31,8 +30,8 @@ class Terminal {
     void awaitEditor() const;
     [[nodiscard]] bool read();
 
-    pid_t child_ = -1;
-    int master_ = -1;
+    Descriptor master_;
+    std::optional<ChildProcess> child_;
     std::string screen_;
     std::size_t seen_ = 0;
 };

@@ -281,11 +281,7 @@ TEST_F(ClientTest, AuditWithoutDifferenceIsStatus0) {
 }
 
 TEST_F(ClientTest, AuditListsDifferencesAndKeptMembersApart) {
-    make([](auto &directory) {
-        directory.configIs(Bridging::VlanId(100))
-            ->intfIs(subIntf("eth9.100", ethernet("eth9")))
-            ->lagPhyIntfIs(ethernet("eth1"));
-    });
+    make({{100, "eth9.100", "eth1"}});
     fillSmall();
     member(100, subIntf("eth9.100", ethernet("eth9")));
     startReady();
@@ -306,12 +302,7 @@ TEST_F(ClientTest, AuditListsDifferencesAndKeptMembersApart) {
 }
 
 TEST_F(ClientTest, KeptMembersAreClearedAsAuditSays) {
-    auto const fill = [](auto &directory) {
-        directory.configIs(Bridging::VlanId(100))
-            ->intfIs(subIntf("eth9.100", ethernet("eth9")))
-            ->lagPhyIntfIs(ethernet("eth1"));
-    };
-    make(fill);
+    make({{100, "eth9.100", "eth1"}});
     auto const id = subIntf("eth9.100", ethernet("eth9"));
     member(100, id);
     startReady();

@@ -1,6 +1,6 @@
 #include "agent/control/ControlSocket.h"
 
-#include "agent/Error.h"
+#include "tests/agent/MessageOf.h"
 #include "tests/agent/control/ControlTest.h"
 
 #include <grp.h>
@@ -13,15 +13,6 @@ namespace {
 
 using testing::HasSubstr;
 using testing::StartsWith;
-
-std::string messageOf(auto const &action) {
-    try {
-        action();
-    } catch (Error const &error) {
-        return error.what();
-    }
-    return "no error";
-}
 
 unsigned modeOf(std::string const &path) {
     struct stat status {};

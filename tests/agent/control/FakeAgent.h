@@ -5,8 +5,8 @@
 #include "agent/service/Service.h"
 #include "platform/Iftel.h"
 #include "tests/agent/control/ControlTest.h"
-#include "tests/agent/control/FakeParts.h"
-#include "tests/agent/store/NoCheckpointer.h"
+#include "tests/agent/service/FakeParts.h"
+#include "tests/agent/store/FakeCheckpointer.h"
 
 #include <fmt/format.h>
 
@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Agent {
@@ -54,9 +55,10 @@ class FakeAgentTest : public LoopTest {
         }
     }
 
-    /// Make the agent; the test fills the inputs, and starts it.
-    void make(
-        FakeStore::Fill const &earlier = [](auto &) {}, ControlOptions options = {}) {
+    /// Make the agent, with the entries of an earlier run; the test fills the inputs, and starts
+    /// it.
+    void make(std::vector<Recording::Left> earlier = {}) {
+        disk.left = std::move(earlier);
         service.emplace(
             loop,
             [this](Loop &onLoop, Inputs const &, SourceHost &host) {
@@ -64,7 +66,8 @@ class FakeAgentTest : public LoopTest {
                 source = made.get();
                 return made;
             },
-            "store", [earlier] { return std::make_unique<FakeStore>(earlier); }, checkpointer);
+            "store", [this] { return std::make_unique<RecordingStore>(disk); }, checkpointer);
+        ControlOptions options;
         options.path = path;
         control.emplace(*service, options);
     }
@@ -95,7 +98,8 @@ class FakeAgentTest : public LoopTest {
     }
 
     std::string const path = dir.file("control.sock");
-    NoCheckpointer checkpointer;
+    Recording disk;
+    FakeCheckpointer checkpointer;
     FakeSource *source = nullptr; ///< the service's
     std::optional<Service> service;
     std::optional<Control> control;

@@ -1,7 +1,7 @@
 #include "agent/control/MetricsListener.h"
 
-#include "agent/Error.h"
 #include "agent/control/InetAddress.h"
+#include "tests/agent/MessageOf.h"
 #include "tests/agent/control/ControlTest.h"
 
 #include <arpa/inet.h>
@@ -136,23 +136,17 @@ TEST_F(MetricsListenerTest, ClientsThatLeaveAreForgotten) {
 TEST_F(MetricsListenerTest, APortThatIsTakenIsAnErrorThatNamesIt) {
     listen();
     auto const address = "127.0.0.1:" + std::to_string(listener->port());
-    try {
-        MetricsListener const second(loop, {address}, [] { return std::string(); });
-        FAIL() << "no error";
-    } catch (Error const &error) {
-        EXPECT_EQ(error.what(), address + ": cannot listen: Address already in use");
-    }
+    EXPECT_EQ(messageOf([&] {
+                  MetricsListener const second(loop, {address}, [] { return std::string(); });
+              }),
+              address + ": cannot listen: Address already in use");
 }
 
 class InetAddressRefused : public testing::TestWithParam<char const *> {};
 
 TEST_P(InetAddressRefused, IsAnErrorThatQuotesIt) {
-    try {
-        InetAddress const address(GetParam());
-        FAIL() << "no error";
-    } catch (Error const &error) {
-        EXPECT_THAT(error.what(), StartsWith("expected ADDR:PORT in numbers"));
-    }
+    EXPECT_THAT(messageOf([] { InetAddress const address(GetParam()); }),
+                StartsWith("expected ADDR:PORT in numbers"));
 }
 
 INSTANTIATE_TEST_SUITE_P(All, InetAddressRefused,

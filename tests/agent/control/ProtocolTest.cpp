@@ -1,6 +1,6 @@
 #include "agent/control/Protocol.h"
 
-#include "agent/Error.h"
+#include "tests/agent/MessageOf.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,15 +10,6 @@ namespace {
 
 using testing::HasSubstr;
 using testing::StartsWith;
-
-std::string messageOf(auto const &action) {
-    try {
-        action();
-    } catch (Error const &error) {
-        return error.what();
-    }
-    return "no error";
-}
 
 std::string refusalOf(std::string_view line) {
     return messageOf([&] { ControlRequest const request(line); });

@@ -66,9 +66,7 @@ TEST_F(RequestsTest, ShowRefusesANameThatNobodyHas) {
 }
 
 TEST_F(RequestsTest, ShowBeforeReadyHasWhatIsThereAndSaysSo) {
-    make([](auto &directory) {
-        directory.configIs(Bridging::VlanId(7))->intfIs(subIntf("old.7", Iftel::IntfId()));
-    });
+    make({{7, "old.7", ""}});
     auto const before = answers("show");
     EXPECT_THAT(before, SizeIs(1));
     EXPECT_EQ(before.back()["status"], "differs");
@@ -275,11 +273,7 @@ TEST_F(RequestsTest, AuditFindsWhatSomebodyElseChanged) {
 }
 
 TEST_F(RequestsTest, AuditListsKeptMembersApart) {
-    make([](auto &directory) {
-        auto const entry = directory.configIs(Bridging::VlanId(100))
-                               ->intfIs(subIntf("eth9.100", ethernet("eth9")));
-        entry->lagPhyIntfIs(ethernet("eth1"));
-    });
+    make({{100, "eth9.100", "eth1"}});
     member(100, subIntf("eth9.100", ethernet("eth9")));
     startReady();
     auto const lines = answers("audit");

@@ -1,7 +1,7 @@
 #include "agent/service/NameSweep.h"
 
 #include "tests/agent/loop/TurnUntil.h"
-#include "tests/agent/service/PacedParts.h"
+#include "tests/agent/service/FakeParts.h"
 #include "tests/agent/source/InputShape.h"
 
 #include <gtest/gtest.h>
@@ -26,6 +26,7 @@ class NameSweepTest : public testing::Test {
 
     NameSweepTest() {
         names_.resetForTest();
+        source_.used.emplace();
         sweep_.sourceIs(source_);
     }
     ~NameSweepTest() override { names_.resetForTest(); }
@@ -46,7 +47,7 @@ class NameSweepTest : public testing::Test {
     DirectoryJournal journal_{directory_};
     bool busy_ = false;
     NoHost host_;
-    PacedSource source_{inputs_, host_};
+    FakeSource source_{loop_, host_};
     NameSweep sweep_{loop_, inputs_, journal_, [this] { return busy_; }};
 };
 

@@ -4,8 +4,8 @@
 #include "agent/Snapshot.h"
 #include "agent/service/Supervision.h"
 #include "tests/agent/loop/TurnUntil.h"
-#include "tests/agent/service/PacedParts.h"
-#include "tests/agent/store/NoCheckpointer.h"
+#include "tests/agent/service/FakeParts.h"
+#include "tests/agent/store/FakeCheckpointer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,8 +29,8 @@ class ServiceLife : public testing::Test {
         Iftel::NameTable::instance().resetForTest();
         service_.emplace(
             loop_,
-            [this](Loop & /*loop*/, Inputs const &inputs, SourceHost &host) {
-                auto source = std::make_unique<PacedSource>(inputs, host);
+            [this](Loop &loop, Inputs const & /*inputs*/, SourceHost &host) {
+                auto source = std::make_unique<FakeSource>(loop, host);
                 source_ = source.get();
                 return source;
             },
@@ -42,10 +42,18 @@ class ServiceLife : public testing::Test {
     }
 
     void idle() { turnUntilIdle(loop_); }
+    void subIntfIs(std::uint16_t vlan, char const *name) {
+        service_->inputs()
+            .bridgingConfig->vlanConfigIs(Bridging::VlanId(vlan))
+            ->intfIs(Iftel::IntfId(name), {true, false, Bridging::AllowedTrafficDirection::both});
+    }
+    void lagMemberIs(char const *lag, char const *member) {
+        service_->inputs()
+            .lagPhyIntfMapping->lagPhyIntfConfigIs(Iftel::IntfId(lag))
+            ->phyIntfIs(Iftel::IntfId(member), Lag::EthPhyIntfLagConfig::EthPhyIntfLagConfigIs());
+    }
     void startReady() {
         service_->start();
-        source_->tellLinks();
-        source_->tellComplete();
         idle();
         ASSERT_TRUE(service_->ready());
     }
@@ -72,24 +80,26 @@ class ServiceLife : public testing::Test {
     }
 
     Recording disk_;
-    NoCheckpointer checkpointer_;
+    FakeCheckpointer checkpointer_;
     Loop loop_{Osk::TaskScheduler::TaskSchedulerIs()};
-    PacedSource *source_ = nullptr;
+    FakeSource *source_ = nullptr;
     std::optional<Service> service_;
 };
 
 TEST_F(ServiceLife, WaitsForTheLinksThenForStoreAndFirstFullView) {
     EXPECT_EQ(service_->state(), Service::State::withdrawn);
+    source_->holdBack(FakeSource::Held::links);
     service_->start();
     idle();
     EXPECT_EQ(service_->state(), Service::State::starting);
     EXPECT_THAT(source_->asked, ElementsAre("start"));
-    EXPECT_THAT(service_->waitingFor(), ElementsAre("links of fake"));
+    EXPECT_THAT(service_->waitingFor(), ElementsAre("links of test \x1b[1m"));
     source_->tellLinks();
-    EXPECT_THAT(service_->waitingFor(), ElementsAre("first full view of fake", "store fake.db"));
+    EXPECT_THAT(service_->waitingFor(),
+                ElementsAre("first full view of test \x1b[1m", "store fake.db"));
     idle();
-    EXPECT_THAT(service_->waitingFor(), ElementsAre("first full view of fake"));
-    source_->tellComplete();
+    EXPECT_THAT(service_->waitingFor(), ElementsAre("first full view of test \x1b[1m"));
+    source_->letGo();
     idle();
     EXPECT_THAT(service_->waitingFor(), IsEmpty());
     EXPECT_TRUE(service_->ready());
@@ -97,12 +107,12 @@ TEST_F(ServiceLife, WaitsForTheLinksThenForStoreAndFirstFullView) {
 
 TEST_F(ServiceLife, MakesNoMachineBeforeTheFirstFullViewIsComplete) {
     disk_.left = {{100, "PortChannel1.10", ""}};
+    source_->holdBack();
     service_->start();
-    source_->tellLinks();
     idle();
     EXPECT_EQ(service_->machine(), nullptr);
     EXPECT_THAT(entries(), ElementsAre("100 PortChannel1.10"));
-    source_->tellComplete();
+    source_->letGo();
     idle();
     EXPECT_NE(service_->machine(), nullptr);
     EXPECT_THAT(entries(), IsEmpty());
@@ -110,19 +120,17 @@ TEST_F(ServiceLife, MakesNoMachineBeforeTheFirstFullViewIsComplete) {
 
 TEST_F(ServiceLife, NamesTheOutputsThatTheMachineHasYetToFinish) {
     service_->start();
-    source_->tellLinks();
-    source_->tellComplete();
     ASSERT_TRUE(turnUntil(loop_, [&] { return service_->state() == Service::State::deriving; }));
     EXPECT_THAT(service_->waitingFor(), Contains("output configIntf"));
     EXPECT_THAT(statusLine(*service_), HasSubstr("waiting for output lagPhyIntf"));
 }
 
 TEST_F(ServiceLife, DerivesFollowsAndKeepsTheChangesInTheStore) {
-    source_->subIntfIs(100, "PortChannel1.10");
-    source_->lagMemberIs("PortChannel1", "Ethernet1");
+    subIntfIs(100, "PortChannel1.10");
+    lagMemberIs("PortChannel1", "Ethernet1");
     startReady();
     EXPECT_THAT(entries(), ElementsAre("100 PortChannel1.10 Ethernet1"));
-    source_->lagMemberIs("PortChannel1", "Ethernet2");
+    lagMemberIs("PortChannel1", "Ethernet2");
     EXPECT_THAT(entries(), ElementsAre("100 PortChannel1.10 Ethernet1 Ethernet2"));
     idle();
     ASSERT_FALSE(disk_.written.empty());
@@ -133,8 +141,8 @@ TEST_F(ServiceLife, DerivesFollowsAndKeepsTheChangesInTheStore) {
 
 TEST_F(ServiceLife, AnEntryOfTheEarlierRunThatIsDerivedAgainIsNeverDeleted) {
     disk_.left = {{100, "PortChannel1.10", "Ethernet1"}, {100, "PortChannel1.11", "Ethernet1"}};
-    source_->subIntfIs(100, "PortChannel1.10");
-    source_->lagMemberIs("PortChannel1", "Ethernet1");
+    subIntfIs(100, "PortChannel1.10");
+    lagMemberIs("PortChannel1", "Ethernet1");
     startReady();
     EXPECT_THAT(entries(), ElementsAre("100 PortChannel1.10 Ethernet1"));
     for (DirectoryChange const &change : disk_.written) {
@@ -146,7 +154,7 @@ TEST_F(ServiceLife, AnEntryOfTheEarlierRunThatIsDerivedAgainIsNeverDeleted) {
 
 TEST_F(ServiceLife, NotesMembersThatTheEarlierRunLeftAndNothingReplaced) {
     disk_.left = {{100, "PortChannel1.10", "Ethernet1"}};
-    source_->subIntfIs(100, "PortChannel1.10");
+    subIntfIs(100, "PortChannel1.10");
     startReady();
     EXPECT_THAT(entries(), ElementsAre("100 PortChannel1.10 Ethernet1"));
     EXPECT_TRUE(service_->kept().has(Bridging::VlanId(100), Iftel::IntfId("PortChannel1.10"),
@@ -155,7 +163,7 @@ TEST_F(ServiceLife, NotesMembersThatTheEarlierRunLeftAndNothingReplaced) {
 
 TEST_F(ServiceLife, GoesOnFromMemoryWhereTheStoreCannotBeRead) {
     disk_.broken = true;
-    source_->subIntfIs(100, "PortChannel1.10");
+    subIntfIs(100, "PortChannel1.10");
     startReady();
     EXPECT_THAT(entries(), ElementsAre("100 PortChannel1.10"));
     EXPECT_EQ(service_->store().status().problem, "fake.db: broken");
@@ -164,10 +172,10 @@ TEST_F(ServiceLife, GoesOnFromMemoryWhereTheStoreCannotBeRead) {
 
 TEST_F(ServiceLife, SaysWhyTheSourceCannotFollowUntilThatIsOver) {
     startReady();
-    source_->host().problem("links.json: line 1: nonsense");
+    source_->fails("links.json: line 1: nonsense");
     EXPECT_EQ(service_->sourceProblem(), "links.json: line 1: nonsense");
     EXPECT_EQ(statusLine(*service_), "ready: 0 entries; links.json: line 1: nonsense");
-    source_->host().problemOver();
+    source_->recovers();
     EXPECT_EQ(service_->sourceProblem(), "");
 }
 
@@ -176,14 +184,14 @@ TEST_F(ServiceLife, TellsWhyAndWhenItResynchronisedLast) {
     EXPECT_EQ(service_->resync().why, "start");
     service_->resynchronise("SIGHUP");
     EXPECT_THAT(source_->asked, ElementsAre("start", "resynchronise: SIGHUP"));
-    source_->tellComplete("SIGHUP");
+    idle();
     EXPECT_EQ(service_->resync().why, "SIGHUP");
     EXPECT_GE(service_->resync().when, service_->started());
 }
 
 TEST_F(ServiceLife, WithdrawnItHasNoEntryAndNoMachineAndFollowsNothing) {
-    source_->subIntfIs(100, "PortChannel1.10");
-    source_->lagMemberIs("PortChannel1", "Ethernet1");
+    subIntfIs(100, "PortChannel1.10");
+    lagMemberIs("PortChannel1", "Ethernet1");
     startReady();
     service_->withdraw();
     EXPECT_EQ(service_->state(), Service::State::withdrawing);
@@ -200,7 +208,7 @@ TEST_F(ServiceLife, WithdrawnItHasNoEntryAndNoMachineAndFollowsNothing) {
 
 TEST_F(ServiceLife, WithdrawsInSlices) {
     for (std::uint16_t vlan = 1; vlan <= 50; ++vlan) {
-        source_->subIntfIs(vlan, "PortChannel1.10");
+        subIntfIs(vlan, "PortChannel1.10");
     }
     startReady();
     loop_.scheduler()->shareIs(std::make_unique<Osk::CountShare>(10));
@@ -213,7 +221,7 @@ TEST_F(ServiceLife, WithdrawsInSlices) {
 
 TEST_F(ServiceLife, WithdrawsMembersOfTheEarlierRunToo) {
     disk_.left = {{100, "PortChannel1.10", "Ethernet1"}};
-    source_->subIntfIs(100, "PortChannel1.10");
+    subIntfIs(100, "PortChannel1.10");
     startReady();
     service_->withdraw();
     idle();
@@ -222,18 +230,18 @@ TEST_F(ServiceLife, WithdrawsMembersOfTheEarlierRunToo) {
 }
 
 TEST_F(ServiceLife, ResumesWithAnotherMachineWithoutTheStore) {
-    source_->subIntfIs(100, "PortChannel1.10");
+    subIntfIs(100, "PortChannel1.10");
     startReady();
     service_->withdraw();
     idle();
     disk_.left = {{300, "PortChannel3.10", ""}}; // not read again
     service_->resume();                          // with another source
+    source_->holdBack(FakeSource::Held::links);
     EXPECT_THAT(source_->asked, ElementsAre("start"));
     idle();
-    EXPECT_THAT(service_->waitingFor(), ElementsAre("links of fake"));
-    source_->subIntfIs(100, "PortChannel1.10");
-    source_->tellLinks();
-    source_->tellComplete();
+    EXPECT_THAT(service_->waitingFor(), ElementsAre("links of test \x1b[1m"));
+    subIntfIs(100, "PortChannel1.10");
+    source_->letGo();
     idle();
     EXPECT_TRUE(service_->ready());
     EXPECT_THAT(entries(), ElementsAre("100 PortChannel1.10"));
@@ -261,9 +269,9 @@ TEST_F(ServiceLife, AWatchOfItsStateMayEndInsideACall) {
 }
 
 TEST_F(ServiceLife, AtItsEndTheOutputStandsAndTheStoreHasIt) {
-    source_->subIntfIs(100, "PortChannel1.10");
+    subIntfIs(100, "PortChannel1.10");
     startReady();
-    source_->subIntfIs(200, "PortChannel1.10");
+    subIntfIs(200, "PortChannel1.10");
     service_->stop();
     EXPECT_THAT(entries(), ElementsAre("100 PortChannel1.10", "200 PortChannel1.10"));
     EXPECT_EQ(disk_.written.back().vlan, Bridging::VlanId(200));

@@ -2,6 +2,7 @@
 
 #include "agent/Error.h"
 #include "agent/source/NetlinkRequest.h"
+#include "tests/agent/MessageOf.h"
 #include "tests/agent/source/NetlinkCapture.h"
 
 #include <gmock/gmock.h>
@@ -14,12 +15,7 @@ namespace Agent {
 namespace {
 
 std::string errorOf(std::string const &netns) {
-    try {
-        NetlinkSocket const socket(netns, 0);
-    } catch (Error const &error) {
-        return error.what();
-    }
-    return "no error";
+    return messageOf([&] { NetlinkSocket const socket(netns, 0); });
 }
 
 TEST(NetlinkSocket, ANamespaceThatIsNotThereIsAnError) {

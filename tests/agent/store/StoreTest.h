@@ -10,6 +10,7 @@
 #include "agent/store/Store.h"
 #include "platform/Iftel.h"
 #include "platform/Osk.h"
+#include "tests/agent/MessageOf.h"
 #include "tests/agent/TempDir.h"
 #include "tests/support/Random.h"
 
@@ -232,17 +233,7 @@ class StoreTest : public testing::Test {
     }
     /// The message of the Error that `action` throws, without the folder.
     std::string messageOf(auto const &action) const {
-        try {
-            action();
-        } catch (Error const &error) {
-            std::string message = error.what();
-            for (auto at = message.find(dir.file("")); at != std::string::npos;
-                 at = message.find(dir.file(""))) {
-                message.erase(at, dir.file("").size());
-            }
-            return message;
-        }
-        return "no error";
+        return Agent::messageOf(action, dir.file(""));
     }
     static void entryIs(Directory &to, std::uint16_t vlan, char const *name,
                         std::vector<char const *> const &members = {}, bool tag = false,

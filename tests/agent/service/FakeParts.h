@@ -1,67 +1,101 @@
-// A source that goes on step by step, as a test tells it, and a store that writes down what it is
-// given.
+// A source and a store that do as the test says, for an agent in this process.
 #pragma once
 
 #include "agent/Error.h"
 #include "agent/Names.h"
+#include "agent/loop/Loop.h"
+#include "agent/loop/Worker.h"
 #include "agent/source/Source.h"
 #include "agent/store/Store.h"
 
-#include <memory>
+#include <cstdint>
+#include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace Agent {
 
-/// The test writes the inputs, and tells the host what a source would.
-class PacedSource final : public Source {
+/// The test writes the inputs; the source tells its host of them, as far as the test lets it.
+class FakeSource final : public Source {
   public:
-    PacedSource(Inputs inputs, SourceHost &host) : inputs_(std::move(inputs)), host_(host) {}
+    FakeSource(Loop &loop, SourceHost &host)
+        : host_(host), worker_(loop.scheduler(), Osk::TaskPriority::normal, "source",
+                               [this](Osk::Task const & /*task*/) {
+                                   tell();
+                                   return Worker::More::no;
+                               }) {}
 
     // What the test does.
 
-    void subIntfIs(std::uint16_t vlan, char const *name) {
-        inputs_.bridgingConfig->vlanConfigIs(Bridging::VlanId(vlan))
-            ->intfIs(Iftel::IntfId(name), {true, false, Bridging::AllowedTrafficDirection::both});
+    enum class Held { nothing, view, links };
+    /// Tell, until letGo(), of no full view, or not even of the links.
+    void holdBack(Held held = Held::view) { held_ = held; }
+    void letGo() {
+        held_ = Held::nothing;
+        worker_.wake();
     }
-    void lagMemberIs(char const *lag, char const *member) {
-        inputs_.lagPhyIntfMapping->lagPhyIntfConfigIs(Iftel::IntfId(lag))
-            ->phyIntfIs(Iftel::IntfId(member), Lag::EthPhyIntfLagConfig::EthPhyIntfLagConfigIs());
+    /// At once.
+    void tellLinks() {
+        if (!std::exchange(linksTold_, true)) {
+            host_.linksKnown();
+        }
     }
-    void tellLinks() { host_.linksKnown(); }
-    void tellComplete(std::string const &why = "start") {
-        complete_ = true;
-        host_.viewComplete(why);
-    }
-    SourceHost &host() { return host_; }
+    void fails(std::string_view message) { host_.problem(message); }
+    void recovers() { host_.problemOver(); }
+    std::optional<std::set<std::uint64_t>> used; ///< what it uses() alone; without it, everything
 
     // What the host asked for.
 
     std::vector<std::string> asked;
-    std::set<std::uint64_t> used;
 
-    void start() override { asked.emplace_back("start"); }
+    void start() override {
+        asked.emplace_back("start");
+        started_ = true;
+        why_ = "start";
+        worker_.wake();
+    }
     void resynchronise(std::string_view why) override {
         asked.push_back("resynchronise: " + std::string(why));
+        why_ = why;
+        ++counts_.resyncs;
+        worker_.wake();
     }
     void stop() noexcept override {
         asked.emplace_back("stop");
-        complete_ = false;
+        started_ = linksTold_ = complete_ = false;
     }
-    [[nodiscard]] std::string name() const override { return "fake"; }
+    [[nodiscard]] std::string name() const override { return "test \x1b[1m"; }
     [[nodiscard]] bool complete() const noexcept override { return complete_; }
-    [[nodiscard]] Counts counts() const noexcept override { return {}; }
-    [[nodiscard]] bool uses(Iftel::IntfId id) const override { return used.contains(id.bits()); }
+    [[nodiscard]] Counts counts() const noexcept override { return counts_; }
+    [[nodiscard]] bool uses(Iftel::IntfId id) const override {
+        return !used || used->contains(id.bits());
+    }
     [[nodiscard]] std::vector<std::string> describe(std::string_view intf) const override {
-        return {"fake link " + std::string(intf)};
+        return {"a link of the test named " + std::string(intf)};
     }
 
   private:
-    Inputs inputs_;
+    void tell() {
+        if (started_ && held_ != Held::links) {
+            tellLinks();
+        }
+        if (started_ && held_ == Held::nothing) {
+            complete_ = true;
+            host_.viewComplete(why_);
+        }
+    }
+
     SourceHost &host_;
+    Counts counts_;
+    std::string why_;
+    Held held_ = Held::nothing;
+    bool started_ = false;
+    bool linksTold_ = false;
     bool complete_ = false;
+    Worker worker_;
 };
 
 /// What a RecordingStore holds, and how it behaves; outlives the store.
