@@ -1,6 +1,7 @@
 #include "agent/service/Service.h"
 
 #include "agent/StandardError.h"
+#include "agent/service/MachineFacts.h"
 #include "platform/Nuvio/Assert.h"
 #include "platform/QorNuvio.h"
 
@@ -12,14 +13,8 @@
 namespace Agent {
 namespace {
 
-using VlanSubIntfConfigLib::DovraCode::ConfigSm::outputs;
-
 constexpr std::array<std::string_view, 5> stateWords{"starting", "deriving", "ready", "withdrawing",
                                                      "withdrawn"};
-
-/// The outputs by the names of their attributes, in the order of `outputs`.
-constexpr std::array<std::string_view, outputs.size()> outputNames{
-    "lagPhyIntf", "intfToVlanMap", "allowedTrafficDirection", "tagOnEgress", "configIntf"};
 
 Inputs emptyInputs() {
     return {Bridging::Config::ConfigIs(), Lag::LagPhyIntfMapping::LagPhyIntfMappingIs()};
@@ -210,9 +205,9 @@ std::vector<std::string> Service::waitingFor() const {
         }
     }
     if (state_ == State::deriving) {
-        for (std::size_t i = 0; i < outputs.size(); ++i) {
-            if (!machine_->outputState()->outputReady(outputs[i])) {
-                names.push_back("output " + std::string(outputNames[i]));
+        for (auto const &[name, isReady] : outputsReady(machine_.get())) {
+            if (!isReady) {
+                names.push_back("output " + std::string(name));
             }
         }
         if (keptSearch_) {
