@@ -16,10 +16,6 @@ namespace {
 constexpr std::array<std::string_view, 5> stateWords{"starting", "deriving", "ready", "withdrawing",
                                                      "withdrawn"};
 
-Inputs emptyInputs() {
-    return {Bridging::Config::ConfigIs(), Lag::LagPhyIntfMapping::LagPhyIntfMappingIs()};
-}
-
 } // namespace
 
 std::string_view stateWord(Service::State state) noexcept {
@@ -28,9 +24,8 @@ std::string_view stateWord(Service::State state) noexcept {
 
 Service::Service(Loop &loop, MakeSource makeSource, std::string storeName, StoreKeeper::Open open,
                  Checkpointer &checkpointer)
-    : loop_(loop), inputs_{Bridging::Config::ConfigIs(),
-                           Lag::LagPhyIntfMapping::LagPhyIntfMappingIs()},
-      directory_(Directory::VlanSubIntfConfigDirIs()), journal_(directory_),
+    : loop_(loop), inputs_(emptyInputs()), directory_(Directory::VlanSubIntfConfigDirIs()),
+      journal_(directory_),
       store_(loop, journal_, std::move(storeName), std::move(open), checkpointer,
              [](std::string const &message) { say("{}", message); }),
       makeSource_(std::move(makeSource)),
