@@ -56,13 +56,14 @@ void Service::start() {
 
 void Service::sourceIs(std::unique_ptr<Source> source) {
     source_ = std::move(source);
+    sourceProblem_.clear();
     nameSweep_.sourceIs(*source_);
 }
 
 void Service::begin() {
     linksKnown_ = false;
-    stateIs(State::starting);
     source_->start();
+    stateIs(State::starting);
 }
 
 void Service::stop() {

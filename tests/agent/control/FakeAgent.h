@@ -62,6 +62,7 @@ class FakeAgentTest : public LoopTest {
             [this](Loop &onLoop, Inputs const &, SourceHost &host) {
                 auto made = std::make_unique<FakeSource>(onLoop, host);
                 source = made.get();
+                source->startProblem = startProblem;
                 return made;
             },
             "store", [earlier] { return std::make_unique<FakeStore>(earlier); }, checkpointer);
@@ -97,6 +98,7 @@ class FakeAgentTest : public LoopTest {
     std::string const path = dir.file("control.sock");
     NoCheckpointer checkpointer;
     FakeSource *source = nullptr; ///< the service's
+    std::string startProblem;     ///< of sources made from now on
     std::optional<Service> service;
     std::optional<Control> control;
 };

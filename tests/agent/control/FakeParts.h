@@ -1,6 +1,7 @@
 // A source and a store that do as the test says, for an agent in this process.
 #pragma once
 
+#include "agent/Error.h"
 #include "agent/loop/Loop.h"
 #include "agent/loop/Worker.h"
 #include "agent/source/Source.h"
@@ -29,6 +30,9 @@ class FakeSource final : public Source {
                                }) {}
 
     void start() override {
+        if (!startProblem.empty()) {
+            fail("{}", startProblem);
+        }
         started_ = true;
         why_ = "start";
         worker_.wake();
@@ -54,6 +58,7 @@ class FakeSource final : public Source {
         worker_.wake();
     }
     void fails(std::string_view message) { host_.problem(message); }
+    std::string startProblem; ///< what start() fails with; empty for nothing
 
   private:
     void tell() {

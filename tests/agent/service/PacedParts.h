@@ -36,13 +36,19 @@ class PacedSource final : public Source {
         host_.viewComplete(why);
     }
     SourceHost &host() { return host_; }
+    std::string startProblem; ///< what start() fails with; empty for nothing
 
     // What the host asked for.
 
     std::vector<std::string> asked;
     std::set<std::uint64_t> used;
 
-    void start() override { asked.emplace_back("start"); }
+    void start() override {
+        if (!startProblem.empty()) {
+            fail("{}", startProblem);
+        }
+        asked.emplace_back("start");
+    }
     void resynchronise(std::string_view why) override {
         asked.push_back("resynchronise: " + std::string(why));
     }
