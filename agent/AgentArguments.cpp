@@ -5,10 +5,8 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
 #include <cstdint>
 #include <string>
-#include <system_error>
 
 namespace Agent {
 namespace {
@@ -28,16 +26,10 @@ Exit status: 0 done, 1 failed, 2 wrong usage.)";
 constexpr char const *kernelGroup = "Source kernel";
 constexpr char const *filesGroup = "Source files (watched: a file that is replaced is read again)";
 
-std::string needName(std::string const &value) {
-    return value.empty() ? "expected a name" : "";
-}
-
 std::string needNumber(std::string const &value, std::uint32_t max) {
-    std::uint32_t number = 0;
-    auto const [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
-    bool const fits =
-        error == std::errc() && end == value.data() + value.size() && number >= 1 && number <= max;
-    return fits ? "" : fmt::format("expected a number from 1 to {}, found \"{}\"", max, value);
+    return isNumber(value, 1U, max)
+               ? ""
+               : fmt::format("expected a number from 1 to {}, found \"{}\"", max, value);
 }
 
 std::string needSource(std::string const &value) {

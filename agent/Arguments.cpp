@@ -6,6 +6,10 @@
 
 namespace Agent {
 
+std::string needName(std::string const &value) {
+    return value.empty() ? "expected a name" : "";
+}
+
 std::string needFileName(std::string const &value) {
     return value.empty() ? "expected a file name" : "";
 }

@@ -5,12 +5,24 @@
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <string>
+#include <system_error>
 
 namespace Agent {
 
+/// Whether the text is a number from `min` to `max` and nothing else.
+template <class Number>
+[[nodiscard]] bool isNumber(std::string const &text, Number min, Number max) {
+    Number number{};
+    auto const *const end = text.data() + text.size();
+    auto const [rest, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && rest == end && number >= min && number <= max;
+}
+
 // Checks of a value, for CLI::Option::check(): what is wrong with it, or nothing.
 
+[[nodiscard]] std::string needName(std::string const &value);
 [[nodiscard]] std::string needFileName(std::string const &value);
 [[nodiscard]] std::string needTraceLevels(std::string const &value);
 

@@ -15,7 +15,6 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
@@ -146,12 +145,6 @@ void addCheckpoint(CLI::App &program, std::string &store) {
         checkpointCommand, "Copy the write-ahead log of a store into its database");
     command.group("");
     command.add_option("PATH", store, "The store")->required()->check(needFileName);
-}
-
-void print(std::string const &text) {
-    Output output(STDOUT_FILENO, "standard output");
-    output.text() = text;
-    output.flush();
 }
 
 /// Help, version, or a usage error.

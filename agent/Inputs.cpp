@@ -7,8 +7,12 @@
 
 namespace Agent {
 
+Inputs emptyInputs() {
+    return {Bridging::Config::ConfigIs(), Lag::LagPhyIntfMapping::LagPhyIntfMappingIs()};
+}
+
 Inputs loadInputs(InputOptions const &options, Progress &progress) {
-    Inputs inputs{Bridging::Config::ConfigIs(), Lag::LagPhyIntfMapping::LagPhyIntfMappingIs()};
+    Inputs inputs = emptyInputs();
     if (!options.native.empty()) {
         InputFile file(options.native, progress);
         readNative(file, *inputs.bridgingConfig, *inputs.lagPhyIntfMapping);

@@ -22,6 +22,9 @@ struct Inputs {
     Qor::Ptr<Lag::LagPhyIntfMapping> lagPhyIntfMapping;
 };
 
+/// Inputs of their own, with nothing in them.
+[[nodiscard]] Inputs emptyInputs();
+
 /// Read and check the files, and register the names of their interfaces. Throws an Error for
 /// whatever is wrong with them.
 [[nodiscard]] Inputs loadInputs(InputOptions const &options, Progress &progress);

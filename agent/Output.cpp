@@ -26,4 +26,10 @@ void Output::flush() {
     text_.clear();
 }
 
+void print(std::string_view text) {
+    Output output(STDOUT_FILENO, "standard output");
+    output.text() = text;
+    output.flush();
+}
+
 } // namespace Agent

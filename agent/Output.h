@@ -36,4 +36,7 @@ class Output {
     std::string text_;
 };
 
+/// Write a text to standard output. Throws an Error if that fails.
+void print(std::string_view text);
+
 } // namespace Agent

@@ -83,8 +83,7 @@ Agent::Inputs smallInputs() {
     auto const bond = names.intfIs("bond0", Iftel::IntfKind::portChannel);
     auto const sub = names.subIntfIs("bond0.100", bond);
     auto const hard = names.subIntfIs("a/[b] \"c\\\x1b", bond);
-    Agent::Inputs inputs{Bridging::Config::ConfigIs(),
-                         Lag::LagPhyIntfMapping::LagPhyIntfMappingIs()};
+    Agent::Inputs inputs = Agent::emptyInputs();
     auto const vlan = inputs.bridgingConfig->vlanConfigIs(Bridging::VlanId(100));
     vlan->intfIs(sub, {true, false, both});
     vlan->intfIs(Iftel::IntfId("Ethernet5.100"), {false, true, egress});

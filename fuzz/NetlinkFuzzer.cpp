@@ -96,8 +96,7 @@ void settle(Topology &topology) {
 
 int LLVMFuzzerTestOneInput(std::uint8_t const *data, std::size_t size) {
     Fuzz::Fresh const fresh;
-    Inputs const inputs{Bridging::Config::ConfigIs(),
-                        Lag::LagPhyIntfMapping::LagPhyIntfMappingIs()};
+    Inputs const inputs = emptyInputs();
     Topology topology(inputs, "", [](Iftel::IntfId) {});
     Taker taker(topology);
     forEachMessage(data, size,

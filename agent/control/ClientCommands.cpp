@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
 namespace Agent {
 namespace {
@@ -20,29 +19,17 @@ namespace {
 constexpr double longestTimeout = 1e9;
 
 std::string needVlan(std::string const &value) {
-    int number = 0;
-    auto const *const end = value.data() + value.size();
-    auto const [rest, error] = std::from_chars(value.data(), end, number);
-    bool const isVlan =
-        error == std::errc() && rest == end && number >= firstVlan && number <= lastVlan;
-    return isVlan ? ""
-                  : fmt::format("expected a VLAN number from {} to {}, found {}", firstVlan,
-                                lastVlan, quote(value));
-}
-
-std::string needText(std::string const &value) {
-    return value.empty() ? "expected a name" : "";
+    return isNumber(value, firstVlan, lastVlan)
+               ? ""
+               : fmt::format("expected a VLAN number from {} to {}, found {}", firstVlan, lastVlan,
+                             quote(value));
 }
 
 std::string needTime(std::string const &value) {
-    double seconds = 0;
-    auto const *const end = value.data() + value.size();
-    auto const [rest, error] = std::from_chars(value.data(), end, seconds);
-    bool const isTime =
-        error == std::errc() && rest == end && seconds >= 0 && seconds <= longestTimeout;
-    return isTime ? ""
-                  : fmt::format("expected a number of seconds from 0 to {:.0f}, found {}",
-                                longestTimeout, quote(value));
+    return isNumber(value, 0.0, longestTimeout)
+               ? ""
+               : fmt::format("expected a number of seconds from 0 to {:.0f}, found {}",
+                             longestTimeout, quote(value));
 }
 
 std::string needLevels(std::string const &value) {
@@ -60,10 +47,10 @@ void addShow(CLI::App &command, ClientOptions &options) {
         ->check(needVlan);
     command.add_option("--intf", options.intf, "Only the subinterface of this name")
         ->type_name("INTF")
-        ->check(needText);
+        ->check(needName);
     command.add_option("--lag", options.lag, "Only the subinterfaces of this LAG")
         ->type_name("LAG")
-        ->check(needText);
+        ->check(needName);
 }
 
 void addWaitReady(CLI::App &command, ClientOptions &options) {
@@ -76,7 +63,7 @@ void addExplain(CLI::App &command, ClientOptions &options) {
     command.add_option("INTF", options.intf, "Name of an interface")
         ->type_name("")
         ->required()
-        ->check(needText);
+        ->check(needName);
     command.add_option("VLAN", options.vlan, "Number of a VLAN; all of the interface's without it")
         ->type_name("")
         ->check(needVlan);

@@ -47,12 +47,6 @@ json askDocument(ClientOptions const &options, json request) {
     return *std::move(document);
 }
 
-void print(std::string_view text) {
-    Output output(STDOUT_FILENO, "standard output");
-    output.text() = text;
-    output.flush();
-}
-
 std::string lineOf(json const &document) {
     return document.dump(-1, ' ', false, json::error_handler_t::replace) + '\n';
 }

@@ -1,6 +1,6 @@
 #include "agent/control/Metrics.h"
 
-#include "agent/control/MachineFacts.h"
+#include "agent/service/MachineFacts.h"
 
 #include <prometheus/metric_family.h>
 #include <prometheus/text_serializer.h>

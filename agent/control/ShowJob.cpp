@@ -52,32 +52,15 @@ ShowJob::ShowJob(Service const &service, ControlRequest const &request, Reply &r
     needKnown(intf_);
     needKnown(lag_);
     auto const vlan = request.vlan("vlan");
-    nextVlan_ = vlan.value_or(firstVlan);
+    walk_ = VlanWalk(vlan.value_or(firstVlan));
     lastVlan_ = vlan.value_or(lastVlan);
 }
 
 std::optional<Ending> ShowJob::step(Osk::Task const &task) {
     auto const mustPause = [&] { return !reply_.room() || task.taskShouldYield(); };
-    for (; nextVlan_ <= lastVlan_; ++nextVlan_) {
-        auto const vlan = service_.directory().config(Bridging::VlanId(nextVlan_));
-        if (!vlan) {
-            continue;
-        }
-        auto entry =
-            nextIntf_ ? (*vlan)->intf().iteratorFrom(*nextIntf_) : (*vlan)->intf().iterator();
-        nextIntf_.reset();
-        while (entry) {
-            write((*vlan)->vlanId(), *entry.node()->value());
-            entry.advance();
-            if (entry && mustPause()) {
-                nextIntf_ = entry.key();
-                return std::nullopt;
-            }
-        }
-        if (mustPause()) {
-            ++nextVlan_;
-            return std::nullopt;
-        }
+    auto const visit = [&](Bridging::VlanId vlan, auto const &node) { write(vlan, *node.value()); };
+    if (!walk_.step(service_.directory().config(), lastVlan_, mustPause, visit)) {
+        return std::nullopt;
     }
     Ending ending = readyOrNot(service_);
     ending.fields["ready"] = service_.ready();

@@ -4,6 +4,7 @@
 // once, each as it is at its instant; the order is that of the VLANs, and within one any.
 #pragma once
 
+#include "agent/VlanWalk.h"
 #include "agent/control/Job.h"
 #include "agent/control/Protocol.h"
 #include "agent/service/Service.h"
@@ -31,9 +32,8 @@ class ShowJob final : public Job {
     Reply &reply_;
     std::optional<std::string> intf_; ///< only the subinterface of that name
     std::optional<std::string> lag_;  ///< only subinterfaces of that LAG
-    std::uint16_t nextVlan_;
+    VlanWalk walk_;
     std::uint16_t lastVlan_;
-    std::optional<Iftel::IntfId> nextIntf_; ///< in nextVlan_; nothing for its first
 };
 
 } // namespace Agent

@@ -1,7 +1,7 @@
 #include "agent/control/StatusDocument.h"
 
 #include "agent/Error.h"
-#include "agent/control/MachineFacts.h"
+#include "agent/service/MachineFacts.h"
 #include "platform/Iftel.h"
 
 #include <fmt/format.h>

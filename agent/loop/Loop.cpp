@@ -30,7 +30,6 @@ std::chrono::nanoseconds processorTime() noexcept {
 class Loop::Section {
   public:
     explicit Section(Loop &loop) : loop_(loop) {}
-    ~Section() = default;
     Section(Section const &) = delete;
     Section &operator=(Section const &) = delete;
 

@@ -6,10 +6,10 @@
 #pragma once
 
 #include "agent/Inputs.h"
+#include "agent/VlanWalk.h"
 #include "platform/Osk.h"
 #include "platform/VlanSubIntfConfigDir.h"
 
-#include <cstdint>
 #include <functional>
 
 namespace Agent {
@@ -28,21 +28,10 @@ class EntryWalk {
     [[nodiscard]] bool step(Osk::Task const &task, Visit const &visit);
 
   private:
-    enum class Side : std::uint8_t { inputs, directory };
-
-    /// Go on within the VLAN; true when it is done.
-    [[nodiscard]] bool walkVlan(Osk::Task const &task, Visit const &visit);
-    [[nodiscard]] bool walkInputs(Osk::Task const &task, Visit const &visit);
-    [[nodiscard]] bool walkDirectory(Osk::Task const &task, Visit const &visit);
-    template <class Map>
-    [[nodiscard]] bool walk(Map const &map, Osk::Task const &task, auto const &visitKey);
-
     Inputs const *inputs_;
     Directory const *directory_;
-    // Where it goes on.
-    std::uint16_t vlan_ = 1;
-    Side side_ = Side::inputs;
-    Qor::Optional<Iftel::IntfId> next_; ///< none: at the side's beginning
+    VlanWalk overInputs_; ///< goes first in each VLAN
+    VlanWalk overDirectory_;
 };
 
 } // namespace Agent

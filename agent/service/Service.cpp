@@ -1,6 +1,7 @@
 #include "agent/service/Service.h"
 
 #include "agent/StandardError.h"
+#include "agent/service/MachineFacts.h"
 #include "platform/Nuvio/Assert.h"
 #include "platform/QorNuvio.h"
 
@@ -12,18 +13,8 @@
 namespace Agent {
 namespace {
 
-using VlanSubIntfConfigLib::DovraCode::ConfigSm::outputs;
-
 constexpr std::array<std::string_view, 5> stateWords{"starting", "deriving", "ready", "withdrawing",
                                                      "withdrawn"};
-
-/// The outputs by the names of their attributes, in the order of `outputs`.
-constexpr std::array<std::string_view, outputs.size()> outputNames{
-    "lagPhyIntf", "intfToVlanMap", "allowedTrafficDirection", "tagOnEgress", "configIntf"};
-
-Inputs emptyInputs() {
-    return {Bridging::Config::ConfigIs(), Lag::LagPhyIntfMapping::LagPhyIntfMappingIs()};
-}
 
 } // namespace
 
@@ -33,9 +24,8 @@ std::string_view stateWord(Service::State state) noexcept {
 
 Service::Service(Loop &loop, MakeSource makeSource, std::string storeName, StoreKeeper::Open open,
                  Checkpointer &checkpointer)
-    : loop_(loop), inputs_{Bridging::Config::ConfigIs(),
-                           Lag::LagPhyIntfMapping::LagPhyIntfMappingIs()},
-      directory_(Directory::VlanSubIntfConfigDirIs()), journal_(directory_),
+    : loop_(loop), inputs_(emptyInputs()), directory_(Directory::VlanSubIntfConfigDirIs()),
+      journal_(directory_),
       store_(loop, journal_, std::move(storeName), std::move(open), checkpointer,
              [](std::string const &message) { say("{}", message); }),
       makeSource_(std::move(makeSource)),
@@ -66,13 +56,14 @@ void Service::start() {
 
 void Service::sourceIs(std::unique_ptr<Source> source) {
     source_ = std::move(source);
+    sourceProblem_.clear();
     nameSweep_.sourceIs(*source_);
 }
 
 void Service::begin() {
     linksKnown_ = false;
-    stateIs(State::starting);
     source_->start();
+    stateIs(State::starting);
 }
 
 void Service::stop() {
@@ -210,9 +201,9 @@ std::vector<std::string> Service::waitingFor() const {
         }
     }
     if (state_ == State::deriving) {
-        for (std::size_t i = 0; i < outputs.size(); ++i) {
-            if (!machine_->outputState()->outputReady(outputs[i])) {
-                names.push_back("output " + std::string(outputNames[i]));
+        for (auto const &[name, isReady] : outputsReady(machine_.get())) {
+            if (!isReady) {
+                names.push_back("output " + std::string(name));
             }
         }
         if (keptSearch_) {

@@ -53,7 +53,7 @@ class Service final : private SourceHost {
     Service(Service const &) = delete;
     Service &operator=(Service const &) = delete;
 
-    /// Begin. Throws an Error for what can never work.
+    /// Begin. Throws an Error where the source cannot begin, and stays withdrawn then.
     void start();
     /// Write what is queued for the store. The output stays as it stands.
     void stop();
@@ -87,7 +87,8 @@ class Service final : private SourceHost {
     /// Stop the source, take every entry out of the directory, in slices, and let the machine go.
     /// Requires: ready().
     void withdraw();
-    /// Begin anew, with another source. Requires: state() is withdrawn. Throws an Error as start().
+    /// Begin anew, with another source. Requires: state() is withdrawn. Throws an Error as start(),
+    /// and may be called again then.
     void resume();
 
     /// Told of every change of state(), as long as this object lives.

@@ -123,9 +123,6 @@ void writeInputProblem(std::string_view message,
     writer.flush();
 }
 
-InputRowsReader::InputRowsReader()
-    : inputs_{Bridging::Config::ConfigIs(), Lag::LagPhyIntfMapping::LagPhyIntfMappingIs()} {}
-
 void InputRowsReader::take(std::string_view bytes) {
     rest_ += bytes;
     std::string_view left = rest_;

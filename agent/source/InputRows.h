@@ -27,8 +27,6 @@ void writeInputProblem(std::string_view message,
 /// Builds inputs of their own from the rows, and registers the names in them.
 class InputRowsReader {
   public:
-    InputRowsReader();
-
     /// Take what has come: whole rows are entered, the rest waits for the next bytes.
     void take(std::string_view bytes);
     /// The last row was taken.
@@ -44,7 +42,7 @@ class InputRowsReader {
     [[nodiscard]] std::size_t takeRow(std::string_view bytes);
     void intf(std::uint8_t kind, std::uint32_t parent, std::string_view name);
 
-    Inputs inputs_;
+    Inputs inputs_ = emptyInputs();
     std::vector<Iftel::IntfId> intfs_; ///< by the number of their rows
     Qor::Ptr<Bridging::VlanConfig> vlan_;
     Qor::Ptr<Lag::LagPhyIntfConfig> lag_;

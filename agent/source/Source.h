@@ -19,8 +19,8 @@
 
 namespace Agent {
 
-/// What a source tells its host. Called from the loop or the scheduler, never from within a call
-/// of the source's own functions.
+/// What a source tells its host. Called from the loop or the scheduler; problem() also from within
+/// start() and resynchronise(). No call may start, stop or resynchronise the source.
 class SourceHost {
   public:
     /// The names of all current links are registered. Once after each start().
@@ -51,7 +51,8 @@ class Source {
 
     virtual ~Source() = default;
 
-    /// Begin. Throws an Error for what can never work (no such namespace, no permission).
+    /// Begin. Throws an Error for what cannot work as it is (no such namespace, no permission), and
+    /// has not begun then.
     virtual void start() = 0;
     /// Take a full view again, and apply the differences.
     virtual void resynchronise(std::string_view why) = 0;

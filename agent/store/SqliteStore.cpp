@@ -5,6 +5,7 @@
 #include "agent/Error.h"
 #include "agent/Names.h"
 #include "agent/VlanNumber.h"
+#include "agent/VlanWalk.h"
 #include "agent/store/NameHolders.h"
 #include "agent/store/Slice.h"
 #include "agent/store/Store.h"
@@ -23,7 +24,6 @@ namespace {
 
 using Directory = DirectoryJournal::Directory;
 using VlanSubIntfConfigLib::VlanSubIntf;
-using VlanSubIntfConfigLib::VlanSubIntfConfig;
 
 /// A slice ends before the share of its run does, as it ends with more than it measures: a
 /// transaction with writing its pages, which takes up to as long again.
@@ -101,41 +101,6 @@ class EntryFinder {
     VlanSubIntf *entry_ = nullptr;
 };
 
-/// The entries of a directory, one by one. It may change between two steps: what comes meanwhile
-/// may be left out, what goes may be there still. VLANs come in the order of the tables: a page
-/// that has left the cache before the end of a transaction is not to change again, because then the
-/// end has to read all of the log from there on.
-class DirectoryWalk {
-  public:
-    explicit DirectoryWalk(Directory const &directory) noexcept : directory_(directory) {}
-
-    /// The next entry; null at the end.
-    [[nodiscard]] VlanSubIntf const *next() {
-        if (intf_ && *intf_) {
-            intf_->advance();
-        }
-        while (!intf_ || !*intf_) {
-            if (vlan_ == lastVlan) {
-                return nullptr;
-            }
-            if (auto const *const node =
-                    directory_.config().lookupNodeG(Bridging::VlanId(++vlan_))) {
-                config_ = node->value();
-                intf_.emplace(config_->intf().iterator());
-            }
-        }
-        return intf_->node()->value().get();
-    }
-    /// The VLAN of the entry.
-    [[nodiscard]] Bridging::VlanId vlan() const { return config_->vlanId(); }
-
-  private:
-    Directory const &directory_;
-    std::uint16_t vlan_ = 0; ///< where it has come to
-    Qor::Ptr<VlanSubIntfConfig> config_;
-    std::optional<VlanSubIntfConfig::IntfMap::Iterator> intf_; ///< stands on the entry
-};
-
 class SqliteStore final : public Store {
   public:
     explicit SqliteStore(std::string const &path)
@@ -157,7 +122,7 @@ class SqliteStore final : public Store {
   private:
     struct Replacement {
         SqliteTransaction transaction;
-        DirectoryWalk walk;
+        VlanWalk walk;
         bool staleGone = false;
     };
 
@@ -225,8 +190,7 @@ bool SqliteStore::replace(Directory const &directory, Osk::Task const &task) {
     if (!replacement_) {
         checkThere();
         tables_.readAnew();
-        replacement_.reset(
-            new Replacement{SqliteTransaction(connection_), DirectoryWalk(directory)});
+        replacement_.reset(new Replacement{SqliteTransaction(connection_), VlanWalk()});
     }
     if (!replacement_->staleGone && !deleteStale(directory, task)) {
         return false;
@@ -253,17 +217,17 @@ bool SqliteStore::deleteStale(Directory const &directory, Osk::Task const &task)
         });
 }
 
+/// VLANs come in the order of the tables: a page that has left the cache before the end of a
+/// transaction is not to change again, because then the end has to read all of the log from there
+/// on.
 bool SqliteStore::enterCurrent(Directory const &directory, Slice const &slice) {
-    while (VlanSubIntf const *const subIntf = replacement_->walk.next()) {
-        Bridging::VlanId const vlan = replacement_->walk.vlan();
-        if (!nameIsTaken(directory, vlan, subIntf->intfId())) {
-            enter(vlan, *subIntf);
+    auto const pause = [&] { return slice.isOver(); };
+    auto const visit = [&](Bridging::VlanId vlan, auto const &node) {
+        if (!nameIsTaken(directory, vlan, node.key())) {
+            enter(vlan, *node.value());
         }
-        if (slice.isOver()) {
-            return false;
-        }
-    }
-    return true;
+    };
+    return replacement_->walk.step(directory.config(), lastVlan, pause, visit);
 }
 
 void SqliteStore::enter(Bridging::VlanId vlan, VlanSubIntf const &subIntf) {

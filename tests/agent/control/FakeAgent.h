@@ -64,6 +64,7 @@ class FakeAgentTest : public LoopTest {
             [this](Loop &onLoop, Inputs const &, SourceHost &host) {
                 auto made = std::make_unique<FakeSource>(onLoop, host);
                 source = made.get();
+                source->startProblem = startProblem;
                 return made;
             },
             "store", [this] { return std::make_unique<RecordingStore>(disk); }, checkpointer);
@@ -101,6 +102,7 @@ class FakeAgentTest : public LoopTest {
     Recording disk;
     FakeCheckpointer checkpointer;
     FakeSource *source = nullptr; ///< the service's
+    std::string startProblem;     ///< of sources made from now on
     std::optional<Service> service;
     std::optional<Control> control;
 };

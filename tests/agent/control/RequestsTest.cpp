@@ -312,6 +312,17 @@ TEST_F(RequestsTest, WithdrawEmptiesTheDirectoryAndResumeFillsItAgain) {
     EXPECT_EQ(messageOf("resume"), "refused: the agent is ready, not withdrawn");
 }
 
+TEST_F(RequestsTest, AResumeThatFailsSaysWhyAndMayBeAskedForAgain) {
+    makeReady();
+    EXPECT_EQ(ending("withdraw")["status"], "done");
+    startProblem = "there is no namespace blue";
+    EXPECT_EQ(messageOf("resume"), "there is no namespace blue");
+    ASSERT_EQ(answers("status").front()["state"], "withdrawn");
+    startProblem.clear();
+    EXPECT_EQ(ending("resume")["status"], "done");
+    EXPECT_EQ(ending("wait-ready")["status"], "done");
+}
+
 TEST_F(RequestsTest, WithdrawForTwoClientsAtOnceIsRefusedForOne) {
     makeReady();
     Peer first(path);

@@ -63,16 +63,12 @@ class DerivationTest : public MachineSite {
 
     using Numbers = std::set<std::uint32_t>;
 
-    /// The statements that the machine traces while `change()` changes its inputs, by line.
+    /// The lines of the statements that the machine traces while `change()` changes its inputs.
     Numbers tracedBy(auto const &change) {
         traceIs(TestSupport::levels(6, 7));
         change();
         Numbers numbers;
         for (TestSupport::TraceLine const &record : trace->records()) {
-            auto const *const statement = std::ranges::find(Statements::all, record.line,
-                                                            [](auto const &s) { return s.line; });
-            EXPECT_NE(statement, Statements::all.end()) << record;
-            EXPECT_THAT(record.message, testing::HasSubstr(std::string(statement->text)));
             numbers.insert(record.line);
         }
         trace.reset();
@@ -130,12 +126,14 @@ TEST_F(DerivationTest, EveryStepIsAStatementOfTheTraceInTheOrderOfTheProgram) {
         changes.change();
         for (auto const &steps : {derivationPath(inputs, changes.vlan(), changes.intf()).steps,
                                   lagDerivationPath(inputs, changes.lag()).steps}) {
+            ASSERT_FALSE(steps.empty());
             auto const *statement = Statements::all.begin();
             for (DerivationStep const &step : steps) {
                 statement = std::find_if(statement, Statements::all.end(), [&](auto const &known) {
                     return known.line == step.line && known.text == step.statement;
                 });
                 ASSERT_NE(statement, Statements::all.end()) << step.line << ' ' << step.statement;
+                ++statement;
             }
         }
     }

@@ -46,12 +46,16 @@ class FakeSource final : public Source {
     void fails(std::string_view message) { host_.problem(message); }
     void recovers() { host_.problemOver(); }
     std::optional<std::set<std::uint64_t>> used; ///< what it uses() alone; without it, everything
+    std::string startProblem;                    ///< what start() fails with; empty for nothing
 
     // What the host asked for.
 
     std::vector<std::string> asked;
 
     void start() override {
+        if (!startProblem.empty()) {
+            fail("{}", startProblem);
+        }
         asked.emplace_back("start");
         started_ = true;
         why_ = "start";

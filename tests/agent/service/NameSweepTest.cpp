@@ -2,7 +2,6 @@
 
 #include "tests/agent/loop/TurnUntil.h"
 #include "tests/agent/service/FakeParts.h"
-#include "tests/agent/source/InputShape.h"
 
 #include <gtest/gtest.h>
 

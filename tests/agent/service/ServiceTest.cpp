@@ -1,6 +1,7 @@
 #include "agent/service/Service.h"
 
 #include "agent/DirectoryDocument.h"
+#include "agent/Error.h"
 #include "agent/Snapshot.h"
 #include "agent/service/Supervision.h"
 #include "tests/agent/loop/TurnUntil.h"
@@ -32,6 +33,7 @@ class ServiceLife : public testing::Test {
             [this](Loop &loop, Inputs const & /*inputs*/, SourceHost &host) {
                 auto source = std::make_unique<FakeSource>(loop, host);
                 source_ = source.get();
+                source_->startProblem = startProblem_;
                 return source;
             },
             "fake.db", [this] { return std::make_unique<RecordingStore>(disk_); }, checkpointer_);
@@ -83,6 +85,7 @@ class ServiceLife : public testing::Test {
     FakeCheckpointer checkpointer_;
     Loop loop_{Osk::TaskScheduler::TaskSchedulerIs()};
     FakeSource *source_ = nullptr;
+    std::string startProblem_; ///< of sources made from now on
     std::optional<Service> service_;
 };
 
@@ -245,6 +248,28 @@ TEST_F(ServiceLife, ResumesWithAnotherMachineWithoutTheStore) {
     idle();
     EXPECT_TRUE(service_->ready());
     EXPECT_THAT(entries(), ElementsAre("100 PortChannel1.10"));
+}
+
+TEST_F(ServiceLife, AProblemOfTheSourceIsNoneOfTheOneItResumesWith) {
+    startReady();
+    source_->fails("links.json: line 1: nonsense");
+    service_->withdraw();
+    idle();
+    service_->resume();
+    EXPECT_EQ(service_->sourceProblem(), "");
+}
+
+TEST_F(ServiceLife, AResumeThatFailsLeavesItWithdrawnAndMayBeTriedAgain) {
+    startReady();
+    service_->withdraw();
+    idle();
+    startProblem_ = "there is no namespace blue";
+    EXPECT_THROW(service_->resume(), Error);
+    ASSERT_EQ(service_->state(), Service::State::withdrawn);
+    startProblem_.clear();
+    service_->resume();
+    idle();
+    EXPECT_TRUE(service_->ready());
 }
 
 TEST_F(ServiceLife, TellsEveryChangeOfItsState) {

@@ -33,8 +33,4 @@ inline InputShape shapeOf(Inputs const &inputs) {
     return shape;
 }
 
-inline Inputs emptyInputs() {
-    return {Bridging::Config::ConfigIs(), Lag::LagPhyIntfMapping::LagPhyIntfMappingIs()};
-}
-
 } // namespace Agent

@@ -2,7 +2,6 @@
 
 #include "agent/Error.h"
 #include "tests/agent/loop/TurnUntil.h"
-#include "tests/agent/source/InputShape.h"
 #include "tests/agent/source/NetlinkCapture.h"
 #include "tests/agent/source/TopologyModel.h"
 

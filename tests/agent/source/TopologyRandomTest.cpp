@@ -1,6 +1,5 @@
 // Random histories of links and VLANs, told as a kernel tells them, against the model.
 #include "agent/source/Topology.h"
-#include "tests/agent/source/InputShape.h"
 #include "tests/agent/source/TopologyModel.h"
 #include "tests/support/Random.h"
 

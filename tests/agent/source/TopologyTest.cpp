@@ -1,6 +1,5 @@
 #include "agent/source/Topology.h"
 
-#include "tests/agent/source/InputShape.h"
 #include "tests/agent/source/TopologyModel.h"
 #include "tests/support/Census.h"
 

@@ -1,4 +1,4 @@
-#include "agent/control/MachineFacts.h"
+#include "agent/service/MachineFacts.h"
 
 #include <array>
 
@@ -29,16 +29,13 @@ NamedFlags outputsReady(ConfigSm const *machine) {
 }
 
 std::vector<Osk::Task const *> tasksOf(ConfigSm const *machine) {
-    std::vector<Osk::Task const *> tasks;
-    auto const add = [&](Qor::Ptr<Osk::Task> const &task) {
-        if (task) {
-            tasks.push_back(task.get());
-        }
-    };
-    if (machine) {
-        add(machine->vlanSubIntfConfigDirConfigIntfOutputReconciliationTask());
-        add(machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputReconciliationTask());
+    if (!machine) {
+        return {};
     }
+    std::vector<Osk::Task const *> tasks{
+        machine->vlanSubIntfConfigDirConfigIntfOutputReconciliationTask().get(),
+        machine->vlanSubIntfConfigLibVlanSubIntfPtrLagPhyIntfOutputReconciliationTask().get()};
+    std::erase(tasks, nullptr);
     return tasks;
 }
 

@@ -1,4 +1,5 @@
-// How far a machine is, by the names that the agent shows: what status and metrics have in common.
+// How far a machine is, by the names that the agent shows: in status, metrics and what it waits
+// for.
 #pragma once
 
 #include "VlanSubIntfConfigLib/VlanSubIntfConfigLib.h"
