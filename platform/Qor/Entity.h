@@ -111,7 +111,8 @@ template <class Self> class Collections : public Entity {
     }
     /// Store a plain attribute.
     template <class Value> void attributeIs(Value &stored, short attributeId, Value value) {
-        bool const isHeard = publisher().hasSubscribers(); // first: it can be predicted
+        // Asked first: whether a value differs cannot be predicted, whether somebody listens can.
+        bool const isHeard = publisher().hasSubscribers();
         if (isHeard && !(stored == value)) {
             stored = value;
             self().publishChange(attributeId, nullptr);

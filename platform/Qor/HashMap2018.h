@@ -26,7 +26,8 @@
 //   small   up to 8 entries, in the order in which they came. A look-up compares keys and needs no
 //           hash; the order of the walk is found when one begins, and kept until the next change.
 //           Reading changes what is kept for the next reading: no two threads at once.
-//           The first array takes 8 entries of up to 16 bytes, or 4 larger ones.
+//           The first array takes 8 entries of up to 16 bytes, or 4 larger ones. It may be a Room
+//           in the map's owner.
 //   table   entries in order in an array of a power of two of home slots, see HashMapTable.h. Maps
 //           whose key is read from the value are tables at any size: comparing keys would touch
 //           every value.

@@ -156,6 +156,7 @@ template <class Node, class Traits> class alignas(8) HashTable {
         }
         return nullptr;
     }
+    /// The whole search, for a key that is not near, or not there.
     [[nodiscard, gnu::noinline]] Node *findFar(std::uint32_t hash, View key,
                                                unsigned digits) noexcept {
         std::uint32_t slot = firstNotBelow(hash, digits);
