@@ -49,6 +49,12 @@ namespace Impl {
 
 /// Notices of derived entities under way; kept by debug builds.
 NUVIO_EXPORT int &derivedNotices() noexcept;
+/// Whether a write is asserted to be allowed where nobody hears of it, too: by debug builds.
+#ifdef NDEBUG
+inline constexpr bool assertsUnheard = false;
+#else
+inline constexpr bool assertsUnheard = true;
+#endif
 
 /// The pointer to an entry's entity, and no reference taken; null for no entry.
 template <class Map> auto *entityOf(Map const &map, typename Map::View key) noexcept {
@@ -112,7 +118,7 @@ template <class Self> class Collections : public Entity {
     /// Store a plain attribute.
     template <class Value> void attributeIs(Value &stored, short attributeId, Value value) {
         // Asked first: whether a value differs cannot be predicted, whether somebody listens can.
-        bool const isHeard = publisher().hasSubscribers();
+        bool const isHeard = publisher().hasSubscribers() || assertsUnheard;
         if (isHeard && !(stored == value)) {
             stored = value;
             self().publishChange(attributeId, nullptr);

@@ -130,10 +130,13 @@ template <class Node, class Traits> class alignas(8) HashTable {
     }
     /// The first used slot from there on; slots() when there is none.
     [[nodiscard]] std::uint32_t nextUsed(std::uint32_t slot) const noexcept {
-        while (hashes()[slot] == freeSlot) {
-            ++slot;
+        // Eight slots at once: how long a gap is cannot be predicted. The sentinels end it.
+        unsigned isFree = equalBits(slot, freeSlot);
+        while (isFree == allEqual) {
+            slot += sentinels;
+            isFree = equalBits(slot, freeSlot);
         }
-        return slot;
+        return slot + static_cast<std::uint32_t>(std::countr_one(isFree)) / 2;
     }
     /// `digits`: the table's homeDigits(), here and below.
     [[nodiscard]] Node *find(std::uint32_t hash, View key, unsigned digits) noexcept {
@@ -219,6 +222,8 @@ template <class Node, class Traits> class alignas(8) HashTable {
   private:
     /// Hashes that are looked at together; as many sentinels let that run over the end.
     static constexpr std::uint32_t sentinels = 8;
+    /// What equalBits() gives for eight equal slots.
+    static constexpr unsigned allEqual = 0xFFFF;
     static constexpr std::uint32_t destroyAhead = 12;
     /// Slots that a search goes through before it leaps.
     static constexpr std::uint32_t leapAfter = 16;
