@@ -5,7 +5,6 @@
 
 #include <fmt/format.h>
 
-#include <cstdint>
 #include <string>
 
 namespace Agent {
@@ -25,12 +24,6 @@ Exit status: 0 done, 1 failed, 2 wrong usage.)";
 
 constexpr char const *kernelGroup = "Source kernel";
 constexpr char const *filesGroup = "Source files (watched: a file that is replaced is read again)";
-
-std::string needNumber(std::string const &value, std::uint32_t max) {
-    return isNumber(value, 1U, max)
-               ? ""
-               : fmt::format("expected a number from 1 to {}, found \"{}\"", max, value);
-}
 
 std::string needSource(std::string const &value) {
     return value == "kernel" || value == "files"
@@ -53,7 +46,7 @@ void addKernelOptions(CLI::App &command, AgentOptions &options) {
                     "Size of the buffer for notifications; the kernel may give less")
         ->type_name("BYTES")
         ->group(kernelGroup)
-        ->check([](std::string const &value) { return needNumber(value, 1U << 30); });
+        ->check([](std::string const &value) { return needNumber(value, 1, 1U << 30); });
 }
 
 void addPathOptions(CLI::App &command, AgentOptions &options) {
@@ -90,7 +83,7 @@ void addAdvancedOptions(CLI::App &command, AgentOptions &options) {
             "Longest time that work may hold the loop [5]")
         ->type_name("MS")
         ->group("Advanced")
-        ->check([](std::string const &value) { return needNumber(value, 1000); });
+        ->check([](std::string const &value) { return needNumber(value, 1, 1000); });
     command
         .add_option_function<std::string>(
             "--trace",

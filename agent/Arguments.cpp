@@ -20,6 +20,15 @@ std::string needTraceLevels(std::string const &value) {
                : fmt::format("expected levels from 0 to 15, such as 9 or 6-9, found \"{}\"", value);
 }
 
+std::string needNumber(std::string const &value, std::uint64_t min, std::uint64_t max) {
+    if (isNumber(value, min, max)) {
+        return "";
+    }
+    bool const zeroInFront = value.size() > 1 && value.front() == '0';
+    return fmt::format("expected a number from {} to {}{}, found \"{}\"", min, max,
+                       zeroInFront ? " without zeros in front" : "", value);
+}
+
 void addInputOptions(CLI::App &command, InputOptions &inputs, std::string const &group,
                      std::string const &hint) {
     command.add_option("--links", inputs.links, "Output of `ip -d -j link show`" + hint)

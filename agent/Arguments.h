@@ -6,14 +6,20 @@
 #include <CLI/CLI.hpp>
 
 #include <charconv>
+#include <cstdint>
 #include <string>
 #include <system_error>
+#include <type_traits>
 
 namespace Agent {
 
-/// Whether the text is a number from `min` to `max` and nothing else.
+/// Whether the text is a decimal number from `min` to `max` and nothing else. A whole number has no
+/// zeros in front: the conversion that follows the check would take it for octal.
 template <class Number>
 [[nodiscard]] bool isNumber(std::string const &text, Number min, Number max) {
+    if (std::is_integral_v<Number> && text.size() > 1 && text.front() == '0') {
+        return false;
+    }
     Number number{};
     auto const *const end = text.data() + text.size();
     auto const [rest, error] = std::from_chars(text.data(), end, number);
@@ -25,6 +31,8 @@ template <class Number>
 [[nodiscard]] std::string needName(std::string const &value);
 [[nodiscard]] std::string needFileName(std::string const &value);
 [[nodiscard]] std::string needTraceLevels(std::string const &value);
+[[nodiscard]] std::string needNumber(std::string const &value, std::uint64_t min,
+                                     std::uint64_t max);
 
 /// The options that say which files hold the inputs, in a group of the help. `hint` ends what is
 /// said of each.

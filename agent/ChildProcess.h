@@ -1,8 +1,10 @@
 // A child process with an owner.
 #pragma once
 
+#include <sys/prctl.h>
 #include <sys/types.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
@@ -37,5 +39,13 @@ class ChildProcess {
   private:
     pid_t number_;
 };
+
+/// In a child process: it is killed when `parent`, its parent, ends, or now where that has ended.
+inline void endWith(pid_t parent) noexcept {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent) { // it ended before, and nothing is sent any more
+        ::kill(::getpid(), SIGKILL);
+    }
+}
 
 } // namespace Agent

@@ -18,7 +18,9 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <initializer_list>
+#include <limits>
 #include <sstream>
 #include <string>
 
@@ -81,7 +83,9 @@ void addMachineOptions(CLI::App &command, MachineOptions &machine) {
                     "Cut work after so many yield tests instead of after a time")
         ->type_name("TESTS")
         ->group(advanced)
-        ->check([](std::string const &value) { return value == "0" ? "expected at least 1" : ""; });
+        ->check([](std::string const &value) {
+            return needNumber(value, 1, std::numeric_limits<std::uint64_t>::max());
+        });
 }
 
 void addDerive(CLI::App &program, DeriveOptions &options, std::string &traceLevels) {

@@ -8,8 +8,8 @@
 //
 // A place is "$" for the document, then "[]" for every element of an array and ".name" for a
 // member. A record that stands inside another is handed out before it and is not kept in it: the
-// outer one sees an empty array in its place. Members come in any order; of a repeated one the last
-// counts.
+// outer one sees an empty array in its place. Members come in any order. Of a plain one that is
+// repeated the last counts; the records of repeated lists are all handed out.
 //
 // Errors are thrown: for broken JSON with line and column, for a value of the wrong type on the way
 // to a place with its path. The nesting of a document and

@@ -1,18 +1,9 @@
 #include "agent/Names.h"
 
-#include "platform/Qor/Exceptions.h"
-
 namespace Agent {
 
 std::optional<Iftel::IntfId> nativeIntf(std::string_view name) {
-    if (name.empty() || Iftel::NameTable::instance().lookup(name)) {
-        return std::nullopt;
-    }
-    try {
-        return Iftel::IntfId(Nuvio::String(name));
-    } catch (Qor::RangeException const &) {
-        return std::nullopt;
-    }
+    return Iftel::IntfId::native(name);
 }
 
 std::optional<Iftel::IntfId> knownIntf(std::string_view name) {

@@ -8,7 +8,6 @@
 #include "agent/JsonText.h"
 #include "agent/LinkTable.h"
 #include "agent/Members.h"
-#include "agent/Names.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -37,11 +36,13 @@ class UsedNames {
         return known->second;
     }
 
-    /// Find the identifiers: declared names first, then native texts.
+    /// Find the identifiers: declared names first, then native texts, whatever an earlier document
+    /// declared under them.
     void resolve(std::string const &file, LinkTable const &links) {
+        auto &table = Iftel::NameTable::instance();
         for (Use &use : uses_) {
             Link const *const link = links.find(*use.name);
-            auto const id = link ? std::optional(link->id) : nativeIntf(*use.name);
+            auto const id = link ? std::optional(link->id) : table.nativeIs(*use.name);
             if (!id) {
                 fail("{}: {}: {} is neither in \"interfaces\" nor a native name", file, use.path,
                      quote(*use.name));

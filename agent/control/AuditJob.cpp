@@ -37,9 +37,9 @@ bool isOfMember(Finding finding) noexcept {
 nlohmann::json documentOf(Audit::Line const &line) {
     nlohmann::json document = {{"finding", wordOf(line.finding)},
                                {"vlanId", line.vlan.value()},
-                               {"intfId", line.intf.stringValue().view()}};
+                               {"intfId", line.intf.view()}};
     if (isOfMember(line.finding)) {
-        document["member"] = line.member.stringValue().view();
+        document["member"] = line.member.view();
     }
     return document;
 }

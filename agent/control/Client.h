@@ -1,8 +1,8 @@
 // The program's own side of the control socket: asks a running agent and reads its answer.
 //
 //     Client client(path);
-//     auto const ending = client.ask({{"request", "show"}}, [](nlohmann::json const &line) { ... },
-//     {});
+//     auto const print = [](nlohmann::json const &line) { ... };
+//     auto const ending = client.ask({{"request", "show"}}, print, {});
 //
 // Waits for the agent, in contrast to everything on the agent's side.
 #pragma once

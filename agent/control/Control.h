@@ -27,10 +27,6 @@ class Control {
 
     [[nodiscard]] ControlServer const &server() const noexcept { return server_; }
     [[nodiscard]] ControlStatistics const &statistics() const noexcept { return clients_; }
-    /// Null without metrics.
-    [[nodiscard]] MetricsListener const *metrics() const noexcept {
-        return metrics_ ? &*metrics_ : nullptr;
-    }
 
   private:
     ControlStatistics clients_;

@@ -35,7 +35,6 @@ class ControlServer {
     ControlServer &operator=(ControlServer const &) = delete;
 
     [[nodiscard]] std::size_t clients() const noexcept { return clients_.size(); }
-    [[nodiscard]] std::string const &path() const noexcept { return file_.path(); }
 
   private:
     void enter(Descriptor socket);

@@ -2,6 +2,7 @@
 
 #include "agent/Errno.h"
 #include "agent/Error.h"
+#include "agent/Folders.h"
 #include "agent/control/UnixAddress.h"
 #include "platform/Nuvio/Assert.h"
 
@@ -25,17 +26,12 @@ constexpr mode_t ownerOnly = 0600;
 constexpr mode_t ownerAndGroup = 0660;
 constexpr int backlog = 64;
 
-/// Make the folder and those above it; in /run they are for everybody to look into.
-void makeFolder(std::string const &path) {
-    struct stat status {};
-    if (path.empty() || ::stat(path.c_str(), &status) == 0) {
-        return;
-    }
-    makeFolder(path.substr(0, path.find_last_of('/')));
+/// Make the folders above the socket; in /run they are for everybody to look into.
+void makeFolders(std::string const &path) {
     mode_t const mode = path.starts_with("/run/") ? 0755 : 0700;
-    if (::mkdir(path.c_str(), mode) != 0 && errno != EEXIST) {
-        failWithErrno(path, "cannot make the folder");
-    }
+    makeFoldersAbove(path, mode, [](std::string const &folder) {
+        failWithErrno(folder, "cannot make the folder");
+    });
 }
 
 gid_t groupId(std::string const &name) {
@@ -76,9 +72,7 @@ class PrivateFiles {
 ControlSocket::ControlSocket(std::string path, std::string const &group)
     : path_(std::move(path)), lockPath_(path_ + ".lock") {
     static_cast<void>(UnixAddress(path_)); // too long a path makes no folders
-    if (auto const slash = path_.find_last_of('/'); slash != std::string::npos) {
-        makeFolder(path_.substr(0, slash));
-    }
+    makeFolders(path_);
     lock();
     try {
         clear();

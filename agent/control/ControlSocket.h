@@ -24,7 +24,6 @@ class ControlSocket {
     ControlSocket(ControlSocket const &) = delete;
     ControlSocket &operator=(ControlSocket const &) = delete;
 
-    [[nodiscard]] std::string const &path() const noexcept { return path_; }
     /// Hand out the socket that listens. Requires: it was not handed out.
     [[nodiscard]] Descriptor socketDel() noexcept { return std::move(socket_); }
 

@@ -13,7 +13,7 @@ namespace Agent {
 /// The document that `status -j` prints; docs/control.schema.json defines it.
 [[nodiscard]] nlohmann::json statusDocument(Service &service, ControlStatistics const &clients);
 
-/// "the agent is deriving, and waits for configIntfReady". Requires: it is not ready.
+/// "the agent is deriving, waiting for output configIntf". Requires: it is not ready.
 [[nodiscard]] std::string notReadyMessage(Service const &service);
 /// Done, or `differs` with that message.
 [[nodiscard]] Ending readyOrNot(Service const &service);

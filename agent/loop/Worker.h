@@ -37,7 +37,6 @@ class Worker {
     void wake() noexcept { task_->scheduleTask(); }
     /// It is going to be called.
     [[nodiscard]] bool awake() const noexcept { return task_->taskQueued(); }
-    [[nodiscard]] Osk::Task const &task() const noexcept { return *task_; }
 
   private:
     static void run(Nuvio::Publisher *publisher, Nuvio::Subscriber *subscriber, short attributeId,

@@ -85,12 +85,12 @@ void Audit::compare(Bridging::VlanId vlan, Iftel::IntfId intf) {
     auto const derived = deriveEntry(*inputs_, vlan, intf);
     VlanSubIntf const *const entry = directoryEntry(*directory_, vlan, intf);
     if (!derived || !entry) {
-        found({derived ? Finding::missing : Finding::surplus, vlan, intf, {}});
+        found(derived ? Finding::missing : Finding::surplus, vlan, intf);
         return;
     }
     if (derived->tagOnEgress != entry->tagOnEgress() ||
         derived->direction != entry->allowedTrafficDirection()) {
-        found({Finding::attributes, vlan, intf, {}});
+        found(Finding::attributes, vlan, intf);
     }
     compareMembers(vlan, *derived, *entry);
 }
@@ -103,7 +103,7 @@ void Audit::compareMembers(Bridging::VlanId vlan, DerivedEntry const &derived,
         if (entry.lagPhyIntf(member)) {
             ++there;
         } else {
-            found({Finding::missingMember, vlan, intf, member});
+            found(Finding::missingMember, vlan, intf, member);
         }
     }
     if (there == entry.lagPhyIntf().size()) {
@@ -111,14 +111,15 @@ void Audit::compareMembers(Bridging::VlanId vlan, DerivedEntry const &derived,
     }
     forEachSurplusMember(derived, entry, [&](Iftel::IntfId member) {
         bool const isKept = kept_->has(vlan, intf, member);
-        found({isKept ? Finding::kept : Finding::surplusMember, vlan, intf, member});
+        found(isKept ? Finding::kept : Finding::surplusMember, vlan, intf, member);
     });
 }
 
-void Audit::found(Line const &line) {
-    auto &count = line.finding == Finding::kept ? keptMembers_ : drift_;
+void Audit::found(Finding finding, Bridging::VlanId vlan, Iftel::IntfId intf,
+                  Iftel::IntfId member) {
+    auto &count = finding == Finding::kept ? keptMembers_ : drift_;
     if (count < maxLines) {
-        lines_.push_back(line);
+        lines_.push_back({finding, vlan, intf.stringValue(), member.stringValue()});
     }
     ++count;
 }

@@ -81,11 +81,12 @@ class Audit {
         surplusMember, ///< a LAG member is there that the LAG does not have
         kept,          ///< the same, but kept from an earlier run
     };
+    /// With the names of that moment: they may be released before anybody takes the line.
     struct Line {
         Finding finding;
         Bridging::VlanId vlan;
-        Iftel::IntfId intf;
-        Iftel::IntfId member; ///< of the last three
+        Nuvio::String intf;
+        Nuvio::String member; ///< of the last three
 
         friend bool operator==(Line const &, Line const &) = default;
     };
@@ -112,7 +113,8 @@ class Audit {
     void compare(Bridging::VlanId vlan, Iftel::IntfId intf);
     void compareMembers(Bridging::VlanId vlan, DerivedEntry const &derived,
                         VlanSubIntfConfigLib::VlanSubIntf const &entry);
-    void found(Line const &line);
+    void found(Finding finding, Bridging::VlanId vlan, Iftel::IntfId intf,
+               Iftel::IntfId member = {});
 
     Inputs const *inputs_;
     DirectoryJournal::Directory const *directory_;

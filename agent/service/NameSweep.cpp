@@ -7,8 +7,8 @@
 namespace Agent {
 
 NameSweep::NameSweep(Loop &loop, Inputs const &inputs, DirectoryJournal &journal,
-                     std::function<bool()> busy)
-    : inputs_(inputs), journal_(journal), busy_(std::move(busy)),
+                     std::function<bool()> busy, std::chrono::milliseconds delay)
+    : inputs_(inputs), journal_(journal), busy_(std::move(busy)), delay_(delay),
       timer_(loop, "release of names", [this] { sweepNow(); }),
       worker_(loop.scheduler(), Osk::TaskPriority::background, "release of names",
               [this](Osk::Task const &task) { return sweep(task); }) {
@@ -20,8 +20,10 @@ NameSweep::~NameSweep() {
 }
 
 void NameSweep::request() {
-    if (!timer_.running() && !walk_) {
-        timer_.startAfter(delay);
+    if (walk_) {
+        again_ = true;
+    } else if (!timer_.running()) {
+        timer_.startAfter(delay_);
     }
 }
 
@@ -46,12 +48,14 @@ Worker::More NameSweep::sweep(Osk::Task const &task) {
     }
     walk_.reset();
     markLags();
-    if (busy_()) {
-        request();
-    } else {
+    bool const isBusy = busy_();
+    if (!isBusy) {
         release();
     }
     used_.clear();
+    if (std::exchange(again_, false) || isBusy) {
+        request();
+    }
     return Worker::More::no;
 }
 

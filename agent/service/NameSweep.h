@@ -22,11 +22,12 @@ namespace Agent {
 
 class NameSweep final : private DirectoryJournal::Reader {
   public:
-    static constexpr std::chrono::seconds delay{30};
+    static constexpr std::chrono::seconds usualDelay{30};
 
-    /// `busy` tells whether a change waits for its names to be written out.
+    /// `busy` tells whether a change waits for its names to be written out; `delay` is how long
+    /// after a request a sweep begins.
     NameSweep(Loop &loop, Inputs const &inputs, DirectoryJournal &journal,
-              std::function<bool()> busy);
+              std::function<bool()> busy, std::chrono::milliseconds delay = usualDelay);
     ~NameSweep();
     NameSweep(NameSweep const &) = delete;
     NameSweep &operator=(NameSweep const &) = delete;
@@ -51,11 +52,13 @@ class NameSweep final : private DirectoryJournal::Reader {
     Inputs const &inputs_;
     DirectoryJournal &journal_;
     std::function<bool()> busy_;
+    std::chrono::milliseconds delay_;
     Source const *source_ = nullptr;
     Loop::Timer timer_;
     Worker worker_;
     std::optional<EntryWalk> walk_;
     std::unordered_set<std::uint64_t> used_; ///< bits of identifiers; valid while walk_
+    bool again_ = false; ///< requested during the sweep: it may have marked what became free
     std::uint64_t released_ = 0;
 };
 

@@ -164,6 +164,7 @@ void Service::retired(Iftel::IntfId /*id*/) {
 void Service::withdraw() {
     NUVIO_ASSERT(ready());
     source_->stop();
+    sourceProblem_.clear(); // nobody follows it any more
     withdrawal_.emplace(inputs_, emptyInputs());
     withdrawalWorker_.wake();
     stateIs(State::withdrawing);

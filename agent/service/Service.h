@@ -62,8 +62,8 @@ class Service final : private SourceHost {
 
     [[nodiscard]] State state() const noexcept { return state_; }
     [[nodiscard]] bool ready() const noexcept { return state_ == State::ready; }
-    /// What the agent waits for until it is ready, by name: "first full view of kernel", "store",
-    /// "configIntfReady", ... Empty when it is ready.
+    /// What the agent waits for, by name: "first full view of kernel", "store PATH",
+    /// "output configIntf", ... Empty when it is ready, and when it is withdrawn.
     [[nodiscard]] std::vector<std::string> waitingFor() const;
     [[nodiscard]] Inputs const &inputs() const noexcept { return inputs_; }
     [[nodiscard]] Directory const &directory() const noexcept { return *directory_; }

@@ -6,17 +6,16 @@
 #include "agent/Error.h"
 #include "agent/Progress.h"
 #include "agent/source/FolderWatch.h"
-#include "platform/Nuvio/Assert.h"
 
 #include <fcntl.h>
 #include <sys/epoll.h>
-#include <sys/prctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstddef>
+#include <iterator>
 #include <utility>
 
 namespace Agent {
@@ -37,8 +36,8 @@ void writeAll(int descriptor, std::string_view bytes) {
 }
 
 /// The reading process: it ends with the agent, and has nothing of its own to clean up.
-[[noreturn]] void readInto(int descriptor, InputOptions const &files) {
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+[[noreturn]] void readInto(int descriptor, pid_t agent, InputOptions const &files) {
+    endWith(agent);
     auto const write = [descriptor](std::string_view bytes) { writeAll(descriptor, bytes); };
     try {
         Progress progress;
@@ -59,9 +58,11 @@ struct FilesSource::Reading {
         }
         pipe = Descriptor(ends[0]);
         Descriptor const end(ends[1]); // the process has its own
+        pid_t const agent = ::getpid();
         pid_t const child = ::fork();
         if (child == 0) {
-            readInto(ends[1], files);
+            ::close(ends[0]); // else it would write to itself when the agent is gone
+            readInto(ends[1], agent, files);
         }
         if (child < 0) {
             fail("cannot make a process: {}", errnoText());
@@ -78,7 +79,7 @@ struct FilesSource::Reading {
 
 FilesSource::FilesSource(Loop &loop, Inputs inputs, InputOptions files, SourceHost &host)
     : loop_(loop), inputs_(std::move(inputs)), files_(std::move(files)), host_(host),
-      settled_(loop, "changed files", [this] { read(); }),
+      settled_(loop, "changed files", [this] { read("changed files"); }),
       updater_(loop.scheduler(), Osk::TaskPriority::normal, "changes of files",
                [this](Osk::Task const &task) { return update(task); }) {}
 
@@ -101,7 +102,7 @@ std::string FilesSource::name() const {
 
 bool FilesSource::uses(Iftel::IntfId id) const {
     bool const comes = reading_ || update_; // which ones is not known before the end
-    return comes || intfs_.contains(id.bits());
+    return comes || std::ranges::binary_search(intfs_, id);
 }
 
 std::vector<std::string> FilesSource::describe(std::string_view /*intf*/) const {
@@ -109,12 +110,9 @@ std::vector<std::string> FilesSource::describe(std::string_view /*intf*/) const 
 }
 
 void FilesSource::start() {
-    folders_ = std::make_unique<FolderWatch>(loop_, files(), [this] {
-        why_ = "changed files";
-        settled_.startAfter(settleTime);
-    });
-    why_ = "start";
-    read();
+    folders_ =
+        std::make_unique<FolderWatch>(loop_, files(), [this] { settled_.startAfter(settleTime); });
+    read("start");
 }
 
 void FilesSource::stop() noexcept {
@@ -122,21 +120,25 @@ void FilesSource::stop() noexcept {
     folders_.reset();
     reading_.reset();
     update_.reset();
+    again_.reset();
     complete_ = false;
 }
 
 void FilesSource::resynchronise(std::string_view why) {
-    why_ = why;
-    read();
+    if (folders_) {
+        read(why);
+    }
 }
 
 /// Read now, or as soon as what is under way has ended.
-void FilesSource::read() {
-    again_ = reading_ || update_;
-    if (again_) {
+void FilesSource::read(std::string_view why) {
+    if (reading_ || update_) {
+        again_ = why;
         return;
     }
+    why_ = why;
     try {
+        folders_->renew();
         reading_ = std::make_unique<Reading>(files_);
         reading_->watch =
             std::make_unique<Loop::Watch>(loop_, reading_->pipe.number(), EPOLLIN, "rows of files",
@@ -144,6 +146,13 @@ void FilesSource::read() {
     } catch (Error const &error) {
         reading_.reset();
         problem(error.what());
+        settled_.startAfter(retryTime);
+    }
+}
+
+void FilesSource::readAgain() {
+    if (auto const why = std::exchange(again_, std::nullopt)) {
+        read(*why);
     }
 }
 
@@ -165,19 +174,21 @@ void FilesSource::handleEnd() {
         problem(name() + ": the process that reads them ended early");
     } else {
         update_.emplace(inputs_, reading->rows.inputs());
-        intfs_.clear();
-        for (Iftel::IntfId const id : reading->rows.intfs()) {
-            intfs_.insert(id.bits());
-        }
+        intfsAre(reading->rows.intfs());
         if (!complete_) {
             host_.linksKnown();
         }
         updater_.wake();
         return;
     }
-    if (again_) {
-        read();
-    }
+    readAgain();
+}
+
+void FilesSource::intfsAre(std::vector<Iftel::IntfId> intfs) {
+    std::ranges::sort(intfs);
+    left_.clear();
+    std::ranges::set_difference(intfs_, intfs, std::back_inserter(left_));
+    intfs_ = std::move(intfs);
 }
 
 Worker::More FilesSource::update(Osk::Task const &task) {
@@ -194,10 +205,11 @@ Worker::More FilesSource::update(Osk::Task const &task) {
     if (std::exchange(failed_, false)) {
         host_.problemOver();
     }
-    host_.viewComplete(why_);
-    if (again_) {
-        read();
+    for (Iftel::IntfId const id : left_) {
+        host_.retired(id);
     }
+    host_.viewComplete(why_);
+    readAgain();
     return Worker::More::no;
 }
 

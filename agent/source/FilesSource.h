@@ -7,7 +7,8 @@
 // it is tried again.
 //
 // Watched are the folders, so a file that is replaced by renaming another, or that comes only
-// later, is noticed.
+// later, is noticed. So is a folder that is replaced; where one is gone, that is reported, and it
+// is looked for until it is there again.
 #pragma once
 
 #include "agent/Inputs.h"
@@ -18,11 +19,11 @@
 #include "agent/source/InputsUpdate.h"
 #include "agent/source/Source.h"
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 namespace Agent {
@@ -32,6 +33,9 @@ class FilesSource final : public Source {
     /// Files are read this long after the last change of one of them: two that belong together are
     /// then read together, and one that is being written is complete.
     static constexpr std::chrono::milliseconds settleTime{50};
+
+    /// What could not be begun, as a folder has gone, is tried again after this time.
+    static constexpr std::chrono::seconds retryTime{1};
 
     /// Requires: none of the files is standard input.
     FilesSource(Loop &loop, Inputs inputs, InputOptions files, SourceHost &host);
@@ -52,9 +56,11 @@ class FilesSource final : public Source {
     struct Reading;
 
     [[nodiscard]] std::vector<std::string> files() const;
-    void read();
+    void read(std::string_view why);
+    void readAgain();
     void handleBytes();
     void handleEnd();
+    void intfsAre(std::vector<Iftel::IntfId> intfs);
     [[nodiscard]] Worker::More update(Osk::Task const &task);
     void problem(std::string const &message);
 
@@ -63,16 +69,17 @@ class FilesSource final : public Source {
     InputOptions files_;
     SourceHost &host_;
     Counts counts_;
-    std::string why_;
+    std::string why_; ///< what is under way was begun for
     Loop::Timer settled_;
     Worker updater_;
     std::unique_ptr<FolderWatch> folders_;
     std::unique_ptr<Reading> reading_;
     std::optional<InputsUpdate> update_;
-    std::unordered_set<std::uint64_t> intfs_; ///< bits of those in the latest view
+    std::optional<std::string> again_; ///< why to read again behind what is under way
+    std::vector<Iftel::IntfId> intfs_; ///< those in the latest view, in order
+    std::vector<Iftel::IntfId> left_;  ///< those in the one before it alone
     bool complete_ = false;
     bool failed_ = false;
-    bool again_ = false; ///< a file has changed since the reading under way began
 };
 
 } // namespace Agent

@@ -1,6 +1,6 @@
 #include "agent/source/InputRows.h"
 
-#include "agent/Names.h"
+#include "platform/Iftel.h"
 #include "platform/Nuvio/Assert.h"
 
 #include <cstring>
@@ -63,15 +63,15 @@ class Writer {
         if (auto const known = numbers_.find(id.bits()); known != numbers_.end()) {
             return known->second;
         }
-        auto const *const name = Iftel::NameTable::instance().nameOf(id);
-        if (!name) {
-            text(Row::Kind::native, none, id.stringValue().view());
+        auto const name = id.stringValue();
+        if (Iftel::IntfId::native(name.view()) == id) {
+            text(Row::Kind::native, none, name.view());
         } else if (id.isSubIntf()) {
             std::uint32_t const parent = intf(Iftel::SubIntfId::parentIntfId(id));
-            text(Row::Kind::subinterface, parent, name->view());
+            text(Row::Kind::subinterface, parent, name.view());
         } else {
             bool const isLag = Iftel::PortChannelIntfId::isPortChannelIntfId(id);
-            text(isLag ? Row::Kind::portChannel : Row::Kind::ethernet, none, name->view());
+            text(isLag ? Row::Kind::portChannel : Row::Kind::ethernet, none, name.view());
         }
         auto const number = static_cast<std::uint32_t>(numbers_.size());
         numbers_.emplace(id.bits(), number);
@@ -178,7 +178,7 @@ void InputRowsReader::intf(std::uint8_t kind, std::uint32_t parent, std::string_
     auto &table = Iftel::NameTable::instance();
     switch (static_cast<Row::Kind>(kind)) {
     case Row::Kind::native: {
-        auto const id = nativeIntf(name);
+        auto const id = table.nativeIs(name);
         NUVIO_ASSERT(id.has_value());
         intfs_.push_back(*id);
         return;

@@ -3,8 +3,8 @@
 // Not a format for anybody else: both ends are one program, in one byte order. Every interface is a
 // row of its own, with its name, before the first row that uses it; so identifiers do not matter.
 //
-//     text = InputRows::of(inputs)                in the process that has read and checked the
-//     files rows.take(bytes), rows.inputs()             in the agent, as the bytes come
+//     writeInputRows(inputs, write)      in the process that has read and checked the files
+//     rows.take(bytes), rows.inputs()    in the agent, as the bytes come
 #pragma once
 
 #include "agent/Inputs.h"

@@ -11,8 +11,7 @@
 //
 // links         The links are being listed. What the kernel marks as interrupted is listed again.
 // registering   Names and LAGs come into the inputs.
-// tables        The VLANs of all ports are being listed with their flags; again, where news has
-// come
+// tables        The VLANs of all ports are being listed with their flags; again, where news came
 //               in between.
 // vlans         The same with their states; some are left out in this one.
 // completing    The inputs are brought level; then the view is complete.

@@ -9,17 +9,20 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/epoll.h>
-#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <optional>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace Agent {
 namespace {
@@ -49,6 +52,19 @@ class FileActions {
     posix_spawn_file_actions_t actions_{};
 };
 
+/// The agent's environment and that variable of it, "NAME=value", as pointers into both.
+std::vector<char *> environmentWith(std::string &agent) {
+    std::string_view const name(agent.data(), agent.find('=') + 1);
+    std::vector<char *> variables{agent.data()};
+    for (char **at = environ; *at; ++at) {
+        if (!std::string_view(*at).starts_with(name)) {
+            variables.push_back(*at);
+        }
+    }
+    variables.push_back(nullptr);
+    return variables;
+}
+
 /// Signals that are blocked here are blocked there: those that end the agent do not make its
 /// checkpoint fail first.
 pid_t spawn(std::string const &program, std::string path, int words) {
@@ -57,9 +73,10 @@ pid_t spawn(std::string const &program, std::string path, int words) {
     std::string endOfOptions = "--";
     std::array<char *, 5> arguments{name.data(), command.data(), endOfOptions.data(), path.data(),
                                     nullptr};
+    std::string agent = fmt::format("{}={}", agentVariable, ::getpid());
     pid_t process = 0;
     int const code = ::posix_spawn(&process, program.c_str(), FileActions(words).get(), nullptr,
-                                   arguments.data(), environ);
+                                   arguments.data(), environmentWith(agent).data());
     if (code != 0) {
         failToStart(path, code);
     }
@@ -76,6 +93,15 @@ std::string read(Descriptor const &words) {
     std::array<char, 4096> text{};
     auto const count = ::read(words.number(), text.data(), text.size());
     return {text.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
+}
+
+/// The process that started this one as the agent does; its parent where nobody says.
+pid_t agentNumber() {
+    pid_t number = ::getppid();
+    if (char const *const text = std::getenv(agentVariable)) {
+        std::from_chars(text, text + std::string_view(text).size(), number);
+    }
+    return number;
 }
 
 } // namespace
@@ -142,7 +168,7 @@ std::string CheckpointProcess::problemOf(int status, std::string words) const {
 }
 
 ExitCode runCheckpoint(std::string const &path) {
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    endWith(agentNumber());
     checkpointStore(path);
     return ExitCode::done;
 }

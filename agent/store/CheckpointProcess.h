@@ -16,6 +16,8 @@ namespace Agent {
 
 /// The subcommand: `vlan-subintf checkpoint-store -- PATH`.
 inline constexpr char const *checkpointCommand = "checkpoint-store";
+/// The variable of its environment that has the number of the agent's process.
+inline constexpr char const *agentVariable = "VLAN_SUBINTF_AGENT";
 
 class CheckpointProcess final : public Checkpointer {
   public:
@@ -45,7 +47,8 @@ class CheckpointProcess final : public Checkpointer {
     std::unique_ptr<Run> run_; ///< null while none is running
 };
 
-/// The subcommand, in the process: see checkpointStore(). Throws an Error.
+/// The subcommand, in the process: see checkpointStore(). Throws an Error. Ends with the agent that
+/// agentVariable names, or with its parent.
 ExitCode runCheckpoint(std::string const &path);
 
 } // namespace Agent

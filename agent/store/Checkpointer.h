@@ -1,8 +1,9 @@
 // Copies the write-ahead log of a store into its database, beside the loop: that waits for the
 // disk.
 //
-// While it runs nobody writes to the store. So the log is at rest, all of it can be copied, and
-// what begins it anew, which waits for the disk once more, is not the next write of the agent.
+// While it runs the agent does not write to the store. So the log is at rest, all of it can be
+// copied, and what begins it anew, which waits for the disk once more, is not the next write of the
+// agent.
 #pragma once
 
 #include <functional>

@@ -117,7 +117,6 @@ class SqliteStore final : public Store {
     [[nodiscard]] bool lost() const noexcept override {
         return connection_.damaged() || file_.moved();
     }
-    [[nodiscard]] std::string const &name() const noexcept override { return file_.path(); }
 
   private:
     struct Replacement {

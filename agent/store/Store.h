@@ -52,9 +52,6 @@ class Store {
     /// Pages in its write-ahead log behind the last transaction; begins anew when all were copied
     /// into the database (agent/store/Checkpointer.h).
     [[nodiscard]] virtual int logPages() const noexcept = 0;
-
-    /// The path, for messages.
-    [[nodiscard]] virtual std::string const &name() const noexcept = 0;
 };
 
 /// Open the store in the file `path`, made empty when it does not exist, in folders made as needed.

@@ -2,6 +2,7 @@
 
 #include "agent/Errno.h"
 #include "agent/Error.h"
+#include "agent/Folders.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -79,17 +80,9 @@ StoreFile::StoreFile(std::string path) : path_(std::move(path)) {
 }
 
 void StoreFile::makeFolders() const {
-    std::error_code unknown;
-    if (fs::is_directory(fs::absolute(path_).parent_path(), unknown)) {
-        return;
-    }
-    fs::path folder;
-    for (fs::path const &part : fs::absolute(path_).parent_path()) {
-        folder /= part;
-        if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
-            failWithErrno(path_, fmt::format("making the folder {}", folder.string()));
-        }
-    }
+    makeFoldersAbove(path_, 0700, [this](std::string const &folder) {
+        failWithErrno(path_, fmt::format("making the folder {}", folder));
+    });
 }
 
 void StoreFile::lock() {

@@ -167,9 +167,12 @@ Worker::More StoreKeeper::replaceStep(Osk::Task const &task) {
             state_ = State::following;
         }
     } else if (!queue_.empty()) {
-        queue_.pop(store().write(queue_.front(), task));
+        std::size_t const written = store().write(queue_.front(), task);
+        queue_.pop(written);
+        followed_ += written;
     } else {
         store().replaceDone();
+        written_ += std::exchange(followed_, 0);
         state_ = State::level;
         handleCommitted();
         return Worker::More::no;
@@ -272,6 +275,7 @@ void StoreKeeper::becomeStale() noexcept {
         store_->replaceUndone();
     }
     queue_.clear();
+    followed_ = 0;
     state_ = State::stale;
 }
 

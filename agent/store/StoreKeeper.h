@@ -11,10 +11,10 @@
 //
 // While the store fails, the agent goes on from memory: status() says so, and the keeper tries
 // again, at first after a second, then twice as long each time, up to half a minute. A queue that
-// has grown beyond maxQueued is dropped, and when the store works again its contents are replaced
-// by the directory's in one transaction; the same happens when it could not be loaded, but not
-// before directoryComplete(). What a store holds that could not be loaded is not touched until
-// then, nor as long as it cannot be read.
+// has grown beyond maxBehind, or beyond maxQueued while the store is being replaced, is dropped,
+// and when the store works again its contents are replaced by the directory's in one transaction;
+// the same happens when it could not be loaded, but not before directoryComplete(). What a store
+// holds that could not be loaded is not touched until then, nor as long as it cannot be read.
 //
 // The store's write-ahead log is copied into its database in between, by a Checkpointer. Meanwhile
 // changes gather in the queue.
@@ -43,9 +43,11 @@ class StoreKeeper final : private DirectoryJournal::Reader {
   public:
     using Open = std::function<std::unique_ptr<Store>()>; ///< throws an Error
     using Say = std::function<void(std::string const &)>;
+    /// Changes that may wait while the store is being replaced.
     static constexpr std::size_t maxQueued = std::size_t{1} << 22;
-    /// A store that is so many changes behind is replaced, too: each transaction writes the pages
-    /// that it touches, and a long row of small ones would write the same pages many times over.
+    /// A level store that is so many changes behind is replaced, too: each transaction writes the
+    /// pages that it touches, and a long row of small ones would write the same pages many times
+    /// over.
     static constexpr std::size_t maxBehind = std::size_t{1} << 16;
     static constexpr std::chrono::seconds firstRetry{1};
     static constexpr std::chrono::seconds longestRetry{30};
@@ -63,7 +65,7 @@ class StoreKeeper final : private DirectoryJournal::Reader {
         std::string problem;       ///< empty while it works
         bool replacing = false;    ///< it is so far behind that all of it is to be replaced
         std::uint64_t queued = 0;  ///< changes not yet written
-        std::uint64_t written = 0; ///< changes, since the start
+        std::uint64_t written = 0; ///< changes, since the start; not the rows of a replacement
         std::uint64_t transactions = 0;
         std::uint64_t failures = 0;
         std::uint64_t checkpoints = 0;
@@ -131,6 +133,7 @@ class StoreKeeper final : private DirectoryJournal::Reader {
     std::string problem_;
     std::string checkpointProblem_; ///< of the last one
     std::uint64_t written_ = 0;
+    std::uint64_t followed_ = 0; ///< changes in a replacement that is not done
     std::uint64_t transactions_ = 0;
     std::uint64_t failures_ = 0;
     std::uint64_t checkpoints_ = 0;

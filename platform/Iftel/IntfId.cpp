@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 
 #include <charconv>
-#include <optional>
 #include <ostream>
 #include <string_view>
 
@@ -27,7 +26,9 @@ std::optional<std::uint32_t> cutNumber(std::string_view &text, std::uint32_t lim
     return number;
 }
 
-std::optional<IntfId> nativeId(std::string_view text) {
+} // namespace
+
+std::optional<IntfId> IntfId::native(std::string_view text) {
     IntfKind kind = IntfKind::none;
     if (text.starts_with(ethernetPrefix)) {
         kind = IntfKind::ethernet;
@@ -38,11 +39,11 @@ std::optional<IntfId> nativeId(std::string_view text) {
     } else {
         return std::nullopt;
     }
-    auto const number = cutNumber(text, IntfId::firstRegisteredIntf);
+    auto const number = cutNumber(text, firstRegisteredIntf);
     if (!number) {
         return std::nullopt;
     }
-    IntfId const id = IntfId::intf(kind, *number);
+    IntfId const id = intf(kind, *number);
     if (text.empty()) {
         return id;
     }
@@ -50,11 +51,9 @@ std::optional<IntfId> nativeId(std::string_view text) {
         return std::nullopt;
     }
     text.remove_prefix(1);
-    auto const sub = cutNumber(text, IntfId::firstRegisteredSubIntf);
-    return sub && text.empty() ? std::optional(IntfId::subIntf(id, *sub)) : std::nullopt;
+    auto const sub = cutNumber(text, firstRegisteredSubIntf);
+    return sub && text.empty() ? std::optional(subIntf(id, *sub)) : std::nullopt;
 }
-
-} // namespace
 
 void IntfId::handleInitialized(Nuvio::String const &name) {
     if (name.empty()) {
@@ -63,7 +62,7 @@ void IntfId::handleInitialized(Nuvio::String const &name) {
     }
     auto id = NameTable::instance().lookup(name.view());
     if (!id) {
-        id = nativeId(name.view());
+        id = native(name.view());
     }
     if (!id) {
         throw Qor::RangeException(fmt::format("unknown interface name \"{}\"", name.view()));

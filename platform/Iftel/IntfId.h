@@ -23,6 +23,7 @@
 #include <compare>
 #include <cstdint>
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -53,6 +54,9 @@ class NUVIO_EXPORT IntfId {
         NUVIO_ASSERT(!parent.isSubIntf());
         return IntfId(parent.bits_ | subIntfBit | number);
     }
+
+    /// The identifier of a native text, whatever is registered under it; empty for any other text.
+    [[nodiscard]] static std::optional<IntfId> native(std::string_view text);
 
     /// Set it from its text form; the empty text gives the default identifier.
     void handleInitialized(Nuvio::String const &name);

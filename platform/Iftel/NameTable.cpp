@@ -32,6 +32,14 @@ IntfId NameTable::subIntfIs(std::string_view name, IntfId parent) {
     return bind(name, IntfId::subIntf(parent, nextSubIntf_++));
 }
 
+std::optional<IntfId> NameTable::nativeIs(std::string_view name) {
+    auto const id = IntfId::native(name);
+    if (id && lookup(name).value_or(*id) != *id) {
+        bind(name, *id);
+    }
+    return id;
+}
+
 IntfId NameTable::bind(std::string_view name, IntfId id) {
     ids_.insert_or_assign(std::string(name), id);
     names_.emplace(id, name);

@@ -7,7 +7,8 @@
 //
 // Registering a known name with the same kind or parent gives the same identifier; with another one
 // it gives a new identifier, to which the name then leads. The old identifier keeps its name for
-// printing until it is released. A rename is a removal and an addition.
+// printing until it is released; so does one whose name, a native text, goes back to its native
+// identifier. A rename is a removal and an addition.
 //
 // There is one table, on the event loop's thread. Its entries cost memory until they are released.
 #pragma once
@@ -36,6 +37,9 @@ class NUVIO_EXPORT NameTable {
     /// Register a subinterface of `parent`; the default id stands for a parent that is not known.
     /// Requires: `name` is not empty, `parent` is not a subinterface.
     IntfId subIntfIs(std::string_view name, IntfId parent);
+    /// Let a native text lead to its native identifier, whatever was registered under it; empty for
+    /// any other text. Registers nothing that leads there anyway.
+    std::optional<IntfId> nativeIs(std::string_view name);
     /// Release a registered identifier. Its text is native or unknown from here on.
     void intfDel(IntfId id);
 

@@ -76,8 +76,26 @@ INSTANTIATE_TEST_SUITE_P(
         WrongUsage{{"derive", "--input"}, "--input: 1 required FILE missing"},
         WrongUsage{{"derive", "--input", "a", "--trace", "10-20"},
                    "--trace: expected levels from 0 to 15, such as 9 or 6-9, found \"10-20\""},
-        WrongUsage{{"derive", "--input", "a", "--share", "0"}, "--share: expected at least 1"},
-        WrongUsage{{"derive", "--input", "a", "--share", "x"}, "Could not convert: --share = x"},
+        WrongUsage{{"derive", "--input", "a", "--share", "0"},
+                   "--share: expected a number from 1 to 18446744073709551615, found \"0\""},
+        WrongUsage{{"derive", "--input", "a", "--share", "x"},
+                   "--share: expected a number from 1 to 18446744073709551615, found \"x\""},
+        WrongUsage{{"derive", "--input", "a", "--share", "00"},
+                   "--share: expected a number from 1 to 18446744073709551615 without zeros in "
+                   "front, found \"00\""},
+        WrongUsage{{"inspect", "--input", "a", "--share", "0x10"},
+                   "--share: expected a number from 1 to 18446744073709551615 without zeros in "
+                   "front, found \"0x10\""},
+        WrongUsage{{"agent", "--share", "010"},
+                   "--share: expected a number from 1 to 1000 without zeros in front, found "
+                   "\"010\""},
+        WrongUsage{{"agent", "--receive-buffer", "0100000"},
+                   "--receive-buffer: expected a number from 1 to 1073741824 without zeros in "
+                   "front, found \"0100000\""},
+        WrongUsage{{"show", "--vlan", "0100"},
+                   "--vlan: expected a VLAN number from 1 to 4094, found \"0100\""},
+        WrongUsage{{"explain", "bond0", "010"},
+                   "VLAN: expected a VLAN number from 1 to 4094, found \"010\""},
         WrongUsage{{"derive", "--input", "a", "b"}, "The following argument was not expected: b"},
         WrongUsage{{"derive", "--bogus"}, "The following argument was not expected: --bogus"}));
 

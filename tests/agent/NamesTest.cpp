@@ -23,8 +23,13 @@ TEST_F(NamesTest, ANativeTextHasItsIdentifier) {
 TEST_F(NamesTest, OtherTextsAreNotNative) {
     EXPECT_FALSE(nativeIntf("eth1"));
     EXPECT_FALSE(nativeIntf(""));
-    NameTable::instance().intfIs("Ethernet1", IntfKind::portChannel);
-    EXPECT_FALSE(nativeIntf("Ethernet1"));
+}
+
+TEST_F(NamesTest, ALinkWithTheNameOfANativeTextHidesIt) {
+    IntfId const native("Ethernet1");
+    IntfId const link = NameTable::instance().intfIs("Ethernet1", IntfKind::portChannel);
+    EXPECT_EQ(nativeIntf("Ethernet1"), native);
+    EXPECT_EQ(knownIntf("Ethernet1"), link);
 }
 
 TEST_F(NamesTest, AKnownNameIsOfALinkOrANativeText) {

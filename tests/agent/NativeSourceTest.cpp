@@ -64,6 +64,32 @@ TEST_F(NativeSourceTest, NativeNamesNeedNoDeclaration) {
     EXPECT_THAT(lags(), ElementsAre("PortChannel10: Ethernet1 Ethernet2"));
 }
 
+TEST_F(NativeSourceTest, ANativeNameIsNativeWhateverAnotherDocumentDeclaredUnderIt) {
+    Iftel::IntfId const native("Ethernet1");
+    Iftel::NameTable::instance().intfIs("Ethernet1", Iftel::IntfKind::portChannel);
+    read(R"({"version":1,"vlanConfig":[],
+        "lagPhyIntfConfig":[{"intfId":"PortChannel10","phyIntf":["Ethernet1"]}]})");
+    EXPECT_THAT(lags(), ElementsAre("PortChannel10: Ethernet1"));
+    EXPECT_EQ(Iftel::IntfId("Ethernet1"), native);
+    EXPECT_TRUE(
+        mapping->lagPhyIntfConfigIs(Iftel::IntfId("PortChannel10"))->phyIntf().memberHas(native));
+}
+
+TEST_F(NativeSourceTest, ARepeatedListOfObjectsAddsUpARepeatedValueIsTheLastOne) {
+    read(R"({"version":1,
+        "vlanConfig":[{"vlanId":9,
+            "intf":[{"intfId":"Ethernet1","tagOnEgress":false,"tagOnEgress":true,
+                     "allowedTrafficDirection":"both"}],
+            "intf":[{"intfId":"Ethernet2","tagOnEgress":true,"allowedTrafficDirection":"both"}]}],
+        "vlanConfig":[{"vlanId":10,"intf":[
+            {"intfId":"Ethernet1","tagOnEgress":true,"allowedTrafficDirection":"both"}]}],
+        "lagPhyIntfConfig":[
+            {"intfId":"PortChannel10","phyIntf":["Ethernet3"],"phyIntf":["Ethernet4"]}]})");
+    EXPECT_THAT(members(), ElementsAre("10 Ethernet1 tag both", "9 Ethernet1 tag both",
+                                       "9 Ethernet2 tag both"));
+    EXPECT_THAT(lags(), ElementsAre("PortChannel10: Ethernet4"));
+}
+
 TEST_F(NativeSourceTest, AVlanOrALagMayBeEmpty) {
     read(R"({"version":1,"vlanConfig":[{"vlanId":9,"intf":[]}],
              "lagPhyIntfConfig":[{"intfId":"PortChannel10","phyIntf":[]}]})");

@@ -1,6 +1,7 @@
 #include "agent/control/ControlSocket.h"
 
 #include "tests/agent/MessageOf.h"
+#include "tests/agent/WorkingFolder.h"
 #include "tests/agent/control/ControlTest.h"
 
 #include <grp.h>
@@ -64,6 +65,28 @@ TEST_F(ControlSocketTest, MissingFoldersAreMadeForTheOwnerAlone) {
     ControlSocket const socket(dir.file("a/b/control.sock"), "");
     EXPECT_EQ(modeOf(dir.file("a")), 0700U);
     EXPECT_EQ(modeOf(dir.file("a/b")), 0700U);
+}
+
+TEST_F(ControlSocketTest, MissingFoldersOfARelativePathAreMadeInTheWorkingFolder) {
+    WorkingFolder const working(dir.file(""));
+    ControlSocket const socket("run/sub/control.sock", "");
+    EXPECT_EQ(modeOf(dir.file("run")), 0700U);
+    EXPECT_TRUE(Peer(dir.file("run/sub/control.sock")).connected());
+}
+
+TEST_F(ControlSocketTest, ASlashTooManyDoesNotMatter) {
+    WorkingFolder const working(dir.file(""));
+    ControlSocket const socket("a//b.sock", "");
+    EXPECT_TRUE(Peer(dir.file("a/b.sock")).connected());
+}
+
+TEST_F(ControlSocketTest, AFolderThatCannotBeMadeInAWorkingFolderThatIsGoneIsAnError) {
+    std::string const gone = dir.file("gone");
+    std::filesystem::create_directory(gone);
+    WorkingFolder const working(gone);
+    std::filesystem::remove(gone);
+    EXPECT_EQ(messageOf([] { ControlSocket const socket("run/control.sock", ""); }),
+              "run: cannot make the folder: No such file or directory");
 }
 
 TEST_F(ControlSocketTest, NothingIsLeftAtTheEnd) {

@@ -1,5 +1,6 @@
 #include "agent/control/Requests.h"
 
+#include "agent/control/AuditJob.h"
 #include "platform/Nuvio/DebugHandler.h"
 #include "tests/agent/control/FakeAgent.h"
 
@@ -283,6 +284,42 @@ TEST_F(RequestsTest, AuditListsKeptMembersApart) {
         json({{"finding", "kept"}, {"vlanId", 100}, {"intfId", "eth9.100"}, {"member", "eth1"}}));
     EXPECT_EQ(lines[1]["status"], "done");
     EXPECT_EQ(lines[1]["keptMembers"], 1);
+}
+
+/// A client that takes lines when the test says so.
+class SlowReply final : public Reply {
+  public:
+    std::vector<json> lines;
+    bool takes = false;
+
+    void line(std::string_view text) override { lines.push_back(json::parse(text)); }
+    [[nodiscard]] bool room() const noexcept override { return takes; }
+    void wake() noexcept override {}
+};
+
+TEST_F(RequestsTest, AuditHasNamesThatAreReleasedBeforeItTellsThem) {
+    makeReady();
+    auto &directory = const_cast<Service::Directory &>(service->directory());
+    auto const surplus = subIntf("bond7.100", lag("bond7"));
+    directory.configIs(Bridging::VlanId(100))->intfIs(surplus);
+    SlowReply reply;
+    AuditJob job(*service, ControlRequest(R"({"version": 1, "request": "audit"})"), reply);
+    std::optional<Ending> ending;
+    Worker worker(loop.scheduler(), Osk::TaskPriority::normal, "audit", [&](Osk::Task const &task) {
+        ending = job.step(task);
+        return Worker::More::no;
+    });
+    worker.wake();
+    ASSERT_TRUE(turnUntil([&] { return !loop.scheduler()->hasWork(); }));
+    ASSERT_FALSE(ending.has_value());
+    directory.configIs(Bridging::VlanId(100))->intfDel(surplus);
+    Iftel::NameTable::instance().intfDel(surplus);
+    reply.takes = true;
+    worker.wake();
+    ASSERT_TRUE(turnUntil([&] { return ending.has_value(); }));
+    ASSERT_THAT(reply.lines, SizeIs(1));
+    EXPECT_EQ(reply.lines[0],
+              json({{"finding", "surplus"}, {"vlanId", 100}, {"intfId", "bond7.100"}}));
 }
 
 TEST_F(RequestsTest, BeforeReadyAuditAndWithdrawAreRefused) {

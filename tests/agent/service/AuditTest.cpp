@@ -39,7 +39,7 @@ class AuditTest : public MachineSite {
     }
     static Audit::Line line(Finding finding, std::uint16_t vlanId, char const *intf,
                             char const *memberName = "") {
-        return {finding, Bridging::VlanId(vlanId), id(intf), id(memberName)};
+        return {finding, Bridging::VlanId(vlanId), intf, memberName};
     }
 };
 

@@ -145,7 +145,6 @@ class RecordingStore final : public Store {
     void replaceUndone() noexcept override {}
     [[nodiscard]] bool lost() const noexcept override { return false; }
     [[nodiscard]] int logPages() const noexcept override { return 0; }
-    [[nodiscard]] std::string const &name() const noexcept override { return name_; }
 
   private:
     void check() const {
@@ -155,7 +154,6 @@ class RecordingStore final : public Store {
     }
 
     Recording &disk_;
-    std::string name_ = "fake.db";
 };
 
 } // namespace Agent

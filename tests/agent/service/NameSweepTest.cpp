@@ -105,6 +105,26 @@ TEST_F(NameSweepTest, ReleasesNothingWhileAChangeWaitsToBeWritten) {
     EXPECT_FALSE(isKnown("bond0"));
 }
 
+TEST_F(NameSweepTest, ARequestDuringASweepBringsAnotherOne) {
+    loop_.scheduler()->shareIs(std::make_unique<Osk::CountShare>(1));
+    auto const sub = names_.subIntfIs("sub", Iftel::IntfId());
+    directory_->configIs(Bridging::VlanId(1))->intfIs(sub);
+    directory_->configIs(Bridging::VlanId(9))->intfIs(names_.subIntfIs("other", Iftel::IntfId()));
+    int sweeps = 0;
+    auto const count = [&] {
+        ++sweeps;
+        return false;
+    };
+    NameSweep sweep(loop_, inputs_, journal_, count, std::chrono::milliseconds(1));
+    sweep.sourceIs(source_);
+    sweep.sweepNow();
+    loop_.turn(std::chrono::milliseconds(0)); // it has passed VLAN 1
+    ASSERT_EQ(sweeps, 0);
+    directory_->configIs(Bridging::VlanId(1))->intfDel(sub);
+    EXPECT_TRUE(turnUntil(loop_, [&] { return !isKnown("sub"); }));
+    EXPECT_EQ(sweeps, 2);
+}
+
 TEST_F(NameSweepTest, KeepsWhatComesIntoUseWhileItIsUnderWay) {
     loop_.scheduler()->shareIs(std::make_unique<Osk::CountShare>(1));
     auto const sub = names_.subIntfIs("sub", Iftel::IntfId());

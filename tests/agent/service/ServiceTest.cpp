@@ -259,6 +259,15 @@ TEST_F(ServiceLife, AProblemOfTheSourceIsNoneOfTheOneItResumesWith) {
     EXPECT_EQ(service_->sourceProblem(), "");
 }
 
+TEST_F(ServiceLife, WithdrawnItHasNoProblemOfASourceThatNobodyFollows) {
+    startReady();
+    source_->fails("links.json: line 1: nonsense");
+    service_->withdraw();
+    EXPECT_EQ(service_->sourceProblem(), "");
+    idle();
+    EXPECT_EQ(statusLine(*service_), "withdrawn");
+}
+
 TEST_F(ServiceLife, AResumeThatFailsLeavesItWithdrawnAndMayBeTriedAgain) {
     startReady();
     service_->withdraw();

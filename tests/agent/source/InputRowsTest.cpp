@@ -90,6 +90,36 @@ TEST_F(InputRowsTest, CarryASubinterfaceOfAnUnknownParent) {
     EXPECT_EQ(Iftel::SubIntfId::parentIntfId(now), Iftel::IntfId());
 }
 
+TEST_F(InputRowsTest, CarryANativeNameToATableWhereALinkHasIt) {
+    Iftel::IntfId const native("Ethernet5");
+    Inputs const inputs = emptyInputs();
+    inputs.bridgingConfig->vlanConfigIs(Bridging::VlanId(7))->intfIs(native, {});
+    std::string const rows = rowsOf(inputs);
+    auto &table = Iftel::NameTable::instance();
+    auto const former = table.intfIs("Ethernet5", Iftel::IntfKind::portChannel);
+    InputRowsReader reader;
+    reader.take(rows);
+    EXPECT_TRUE(reader.complete());
+    ASSERT_EQ(reader.intfs().size(), 1U);
+    EXPECT_EQ(reader.intfs().front(), native);
+    EXPECT_EQ(Iftel::IntfId("Ethernet5"), native);
+    EXPECT_EQ(former.stringValue(), native.stringValue());
+}
+
+TEST_F(InputRowsTest, CarryANameThatWentBackToItsNativeIdentifierAsANativeOne) {
+    auto &table = Iftel::NameTable::instance();
+    table.intfIs("Ethernet5", Iftel::IntfKind::portChannel);
+    Inputs const inputs = emptyInputs();
+    inputs.lagPhyIntfMapping->lagPhyIntfConfigIs(*table.nativeIs("Ethernet5"));
+    std::string const rows = rowsOf(inputs);
+    table.resetForTest();
+    InputRowsReader reader;
+    reader.take(rows);
+    ASSERT_EQ(reader.intfs().size(), 1U);
+    EXPECT_EQ(reader.intfs().front(), Iftel::IntfId::native("Ethernet5"));
+    EXPECT_EQ(table.size(), 0U);
+}
+
 TEST_F(InputRowsTest, CarryAMessageInsteadWhereThereIsNone) {
     std::string rows;
     writeInputProblem("links.json: no such file", [&](std::string_view piece) { rows += piece; });

@@ -93,6 +93,24 @@ TEST_F(CheckpointProcessTest, TheProcessHasNoDescriptorOfTheAgent) {
     ::close(open);
 }
 
+TEST_F(CheckpointProcessTest, TheProcessOfAnAgentThatHasEndedDoesNothing) {
+    // Whoever it is: not who runs the program, so the agent has ended before the program began.
+    auto const other = std::to_string(::getppid());
+    auto const result =
+        Program({checkpointCommand, "--", path}).environmentIs(agentVariable, other).run();
+    EXPECT_EQ(result.status, -1);
+    EXPECT_EQ(result.err, "");
+}
+
+TEST_F(CheckpointProcessTest, TheProcessKnowsTheAgentByItsNumber) {
+    auto const program = script(fmt::format("echo \"of ${}\" >&2; exit 1\n", agentVariable));
+    auto const expected = fmt::format("of {}", ::getpid());
+    EXPECT_EQ(problemOf(program), expected);
+    ::setenv(agentVariable, "1", 1);
+    EXPECT_EQ(problemOf(program), expected);
+    ::unsetenv(agentVariable);
+}
+
 TEST_F(CheckpointProcessTest, StopEndsItAndNothingIsTold) {
     CheckpointProcess process(loop, path, script("sleep 1000\n"));
     bool told = false;

@@ -77,7 +77,6 @@ class FakeStore final : public Store {
     void replaceUndone() noexcept override { replacing_ = false; }
     [[nodiscard]] int logPages() const noexcept override { return file_.logPages; }
     [[nodiscard]] bool lost() const noexcept override { return file_.lost; }
-    [[nodiscard]] std::string const &name() const noexcept override { return name_; }
 
   private:
     static void failIf(std::string const &problem) {
@@ -87,7 +86,6 @@ class FakeStore final : public Store {
     }
 
     FakeFile &file_;
-    std::string name_ = "fake";
     StoreModel replacement_;
     bool replacing_ = false;
 };
@@ -258,6 +256,27 @@ TEST_F(StoreKeeperTest, ChangesDuringAReplacementGoIntoIt) {
     EXPECT_EQ(file.replaced, 1);
     EXPECT_EQ(file.contents.lines(), linesOf(*directory));
     EXPECT_THAT(file.transactions, IsEmpty());
+}
+
+TEST_F(StoreKeeperTest, ChangesBehindAReplacementAreCountedWhenItIsDone) {
+    file.openProblem = "away";
+    loadedKeeper();
+    keeper->directoryComplete();
+    file.openProblem.clear();
+    entryIs(1, "bond0.1", {"eth1"}); // in the replacement itself
+    scheduler->shareIs(std::make_unique<Osk::CountShare>(1));
+    EXPECT_TRUE(turnUntil(loop, [&] { return file.opened == 1; }));
+    entryIs(2, "bond0.1", {"eth1", "eth2"});
+    EXPECT_TRUE(turnUntil(loop, [&] { return keeper->status().queued == 1; }));
+    EXPECT_EQ(keeper->status().written, 0U);
+    file.writeProblem = "disk full"; // it begins anew: what was written is not in the store
+    EXPECT_TRUE(turnUntil(loop, [&] { return keeper->status().failures == 2; }));
+    file.writeProblem.clear();
+    EXPECT_TRUE(turnUntil(loop, [&] { return file.opened == 2; }));
+    entryIs(3, "bond0.1", {"eth1"});
+    EXPECT_TRUE(turnUntil(loop, [&] { return file.replaced == 1; }));
+    EXPECT_EQ(keeper->status().written, 2U);
+    EXPECT_EQ(file.contents.lines(), linesOf(*directory));
 }
 
 TEST_F(StoreKeeperTest, AStoreThatIsFarBehindIsReplaced) {

@@ -72,6 +72,10 @@ INSTANTIATE_TEST_SUITE_P(IntfId, NativeTextTest,
                                 "PortChannel10", "PortChannel10.100",
                                 "PortChannel268435455.2147483647"));
 
+TEST_P(NativeTextTest, HasANativeIdentifier) {
+    EXPECT_EQ(IntfId::native(GetParam()), IntfId(GetParam()));
+}
+
 class UnknownTextTest : public testing::TestWithParam<char const *> {};
 
 TEST_P(UnknownTextTest, ThrowsAnErrorThatNamesIt) {
@@ -88,6 +92,14 @@ INSTANTIATE_TEST_SUITE_P(IntfId, UnknownTextTest,
                                 "Port-Channel10", "bond0", ".", "4", "Ethernet268435456",
                                 "Ethernet4.2147483648", "Ethernet4294967300",
                                 "Ethernet4.99999999999999999999"));
+
+TEST_P(UnknownTextTest, HasNoNativeIdentifier) {
+    EXPECT_FALSE(IntfId::native(GetParam()).has_value());
+}
+
+TEST(IntfId, TheEmptyTextHasNoNativeIdentifier) {
+    EXPECT_FALSE(IntfId::native("").has_value());
+}
 
 TEST(IntfId, AnUnknownTextLeavesTheIdentifierAsItWas) {
     IntfId id("Ethernet4");

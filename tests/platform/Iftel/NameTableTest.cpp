@@ -241,6 +241,54 @@ TEST_F(NameTableTest, TheNativeTextIsBackAfterTheRelease) {
     EXPECT_EQ(IntfId("Ethernet4"), native);
 }
 
+TEST_F(NameTableTest, ANativeTextHasItsIdentifierWhateverIsRegisteredUnderIt) {
+    IntfId const native("Ethernet4");
+    table.intfIs("Ethernet4", IntfKind::portChannel);
+    EXPECT_EQ(IntfId::native("Ethernet4"), native);
+}
+
+TEST_F(NameTableTest, ARegisteredNameMayGoBackToItsNativeIdentifier) {
+    IntfId const native("Ethernet4");
+    IntfId const former = table.intfIs("Ethernet4", IntfKind::ethernet);
+    EXPECT_EQ(table.nativeIs("Ethernet4"), native);
+    EXPECT_EQ(IntfId("Ethernet4"), native);
+    EXPECT_EQ(table.lookup("Ethernet4"), native);
+    EXPECT_EQ(printed(native), "Ethernet4");
+    EXPECT_EQ(printed(former), "Ethernet4");
+}
+
+TEST_F(NameTableTest, TheReleaseOfTheOldIdentifierLeavesTheNameToTheNativeOne) {
+    IntfId const native("PortChannel10.100");
+    IntfId const former = table.subIntfIs("PortChannel10.100", IntfId("Ethernet4"));
+    table.nativeIs("PortChannel10.100");
+    table.intfDel(former);
+    EXPECT_EQ(table.lookup("PortChannel10.100"), native);
+    table.intfDel(native);
+    EXPECT_EQ(IntfId("PortChannel10.100"), native);
+    EXPECT_EQ(printed(native), "PortChannel10.100");
+    EXPECT_EQ(table.size(), 0U);
+}
+
+TEST_F(NameTableTest, ANameThatWentBackMayBeRegisteredAgain) {
+    table.intfIs("Ethernet4", IntfKind::portChannel);
+    table.nativeIs("Ethernet4");
+    IntfId const now = table.intfIs("Ethernet4", IntfKind::portChannel);
+    EXPECT_EQ(now.kind(), IntfKind::portChannel);
+    EXPECT_EQ(IntfId("Ethernet4"), now);
+}
+
+TEST_F(NameTableTest, ANativeTextThatLeadsToItsIdentifierIsNotRegistered) {
+    EXPECT_EQ(table.nativeIs("Ethernet4"), IntfId("Ethernet4"));
+    EXPECT_EQ(table.size(), 0U);
+}
+
+TEST_F(NameTableTest, ANameThatIsNotNativeStaysWithWhatIsRegistered) {
+    IntfId const bond = table.intfIs("bond0", IntfKind::portChannel);
+    EXPECT_FALSE(table.nativeIs("bond0").has_value());
+    EXPECT_FALSE(table.nativeIs("").has_value());
+    EXPECT_EQ(IntfId("bond0"), bond);
+}
+
 TEST_F(NameTableTest, NativeTextsDoNotMeetRegisteredIdentifiers) {
     IntfId const intf = table.intfIs("a", IntfKind::ethernet);
     IntfId const sub = table.subIntfIs("b", IntfId("Ethernet4"));
