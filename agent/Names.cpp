@@ -2,13 +2,9 @@
 
 namespace Agent {
 
-std::optional<Iftel::IntfId> nativeIntf(std::string_view name) {
-    return Iftel::IntfId::native(name);
-}
-
 std::optional<Iftel::IntfId> knownIntf(std::string_view name) {
     auto const registered = Iftel::NameTable::instance().lookup(name);
-    return registered ? registered : nativeIntf(name);
+    return registered ? registered : Iftel::IntfId::native(name);
 }
 
 Iftel::IntfId earlierSubIntf(std::string_view name) {

@@ -8,10 +8,8 @@
 
 namespace Agent {
 
-/// The identifier of a native text such as "PortChannel10.100", even where a link has that name;
-/// empty for any other text.
-[[nodiscard]] std::optional<Iftel::IntfId> nativeIntf(std::string_view name);
-/// The identifier that a name leads to now, of a link or of a native text; none is made.
+/// The identifier that a name leads to now, of a link or else of a native text such as
+/// "PortChannel10.100"; none is made.
 [[nodiscard]] std::optional<Iftel::IntfId> knownIntf(std::string_view name);
 
 /// The identifier of a name that an earlier run used for a subinterface: the one it leads to now,

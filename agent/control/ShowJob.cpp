@@ -21,7 +21,7 @@ namespace {
 
 /// A name that leads to no interface is a mistake of the operator, and not an empty answer.
 void needKnown(std::optional<std::string> const &name) {
-    if (name && !Iftel::NameTable::instance().lookup(*name) && !nativeIntf(*name)) {
+    if (name && !knownIntf(*name)) {
         fail("there is no interface {}", quote(*name));
     }
 }

@@ -3,7 +3,6 @@
 #include "agent/Error.h"
 #include "agent/JsonText.h"
 #include "agent/Members.h"
-#include "agent/Names.h"
 #include "agent/NaturalOrder.h"
 #include "agent/ShellWord.h"
 #include "agent/VlanRanges.h"
@@ -259,7 +258,7 @@ nlohmann::json explain(Inputs const &inputs, Directory const &directory, KeptMem
                        std::vector<std::string> const &sourceFacts) {
     auto id = Iftel::NameTable::instance().lookup(intf);
     if (!id) {
-        id = nativeIntf(intf);
+        id = Iftel::IntfId::native(intf);
         if (!id || (sourceFacts.empty() && !occurs(inputs, directory, *id))) {
             fail("{}: no such interface is known", quote(intf));
         }

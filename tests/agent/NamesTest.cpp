@@ -16,19 +16,19 @@ class NamesTest : public testing::Test {
     ~NamesTest() override { NameTable::instance().resetForTest(); }
 };
 
-TEST_F(NamesTest, ANativeTextHasItsIdentifier) {
-    EXPECT_EQ(nativeIntf("PortChannel10.100"), IntfId("PortChannel10.100"));
+TEST_F(NamesTest, ANativeTextIsKnownByItsIdentifier) {
+    EXPECT_EQ(knownIntf("PortChannel10.100"), IntfId("PortChannel10.100"));
 }
 
-TEST_F(NamesTest, OtherTextsAreNotNative) {
-    EXPECT_FALSE(nativeIntf("eth1"));
-    EXPECT_FALSE(nativeIntf(""));
+TEST_F(NamesTest, OtherTextsAreNotKnown) {
+    EXPECT_FALSE(knownIntf("eth1"));
+    EXPECT_FALSE(knownIntf(""));
 }
 
 TEST_F(NamesTest, ALinkWithTheNameOfANativeTextHidesIt) {
     IntfId const native("Ethernet1");
     IntfId const link = NameTable::instance().intfIs("Ethernet1", IntfKind::portChannel);
-    EXPECT_EQ(nativeIntf("Ethernet1"), native);
+    EXPECT_EQ(IntfId::native("Ethernet1"), native);
     EXPECT_EQ(knownIntf("Ethernet1"), link);
 }
 
