@@ -90,6 +90,12 @@ void VlanStream::scanFlagIs(InputSmScanState &state, bool done) {
     state.vlanConfigStreamScanIs(done);
 }
 
+void VlanStream::prefetch(Root const &root, Key key, MemberKey memberKey) noexcept {
+    if (Iftel::SubIntfId::isSubIntfId(memberKey)) {
+        root.vlanSubIntfConfigDir()->prefetch(key, memberKey);
+    }
+}
+
 void VlanStream::event(Root &root, Key key, MemberKey memberKey, Value const &value) {
     root.eventToVlanConfigStream(key, memberKey, value);
 }
@@ -101,6 +107,8 @@ bool LagStream::scanFlag(InputSmScanState const &state) noexcept {
 void LagStream::scanFlagIs(InputSmScanState &state, bool done) {
     state.lagUpdateStreamScanIs(done);
 }
+
+void LagStream::prefetch(Root const & /*root*/, Key /*key*/, MemberKey /*memberKey*/) noexcept {}
 
 void LagStream::event(Root &root, Key key, MemberKey memberKey, Value const &value) {
     root.eventToLagUpdateStream(key, memberKey, value);
@@ -232,7 +240,7 @@ template <class Stream> void InputChildSm<Stream>::completed(std::uint32_t itera
 template <class Stream> void InputChildSm<Stream>::handleKey(MemberKey memberKey) {
     Root *const to = root();
     if (initialized() && to) {
-        tell(*to, memberKey, Stream::members(*en_).lookupNodeG(memberKey));
+        tell(*to, memberKey, Stream::members(*en_).lookupChangedG(memberKey));
     }
 }
 
@@ -251,6 +259,9 @@ template <class Stream> void InputChildSm<Stream>::handleKeyHeld(MemberKey membe
 }
 
 template <class Stream> void InputChildSm<Stream>::handleKeyReactor(MemberKey memberKey) {
+    if (Root const *const to = root()) {
+        Stream::prefetch(*to, key(), memberKey);
+    }
     handleInReactor(*this, parent_, memberKey);
 }
 

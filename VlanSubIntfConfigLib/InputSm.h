@@ -81,6 +81,8 @@ struct VlanStream {
     static Key keyOf(ChildEn const &en) noexcept { return en.vlanId(); }
     [[nodiscard]] static bool scanFlag(InputSmScanState const &state) noexcept;
     static void scanFlagIs(InputSmScanState &state, bool done);
+    /// Have fetched what the event of that member is going to touch first.
+    static void prefetch(Root const &root, Key key, MemberKey memberKey) noexcept;
     static void event(Root &root, Key key, MemberKey memberKey, Value const &value);
 
     /// The generated names of factory and handlers.
@@ -143,6 +145,8 @@ struct LagStream {
     static Key keyOf(ChildEn const &en) noexcept { return en.intfId(); }
     [[nodiscard]] static bool scanFlag(InputSmScanState const &state) noexcept;
     static void scanFlagIs(InputSmScanState &state, bool done);
+    /// Nothing: an event touches every entry that rides on the LAG.
+    static void prefetch(Root const &root, Key key, MemberKey memberKey) noexcept;
     static void event(Root &root, Key key, MemberKey memberKey, Value const &value);
 
     /// The generated names of factory and handlers.

@@ -20,8 +20,6 @@
 
 #include <fmt/ostream.h>
 
-#include <array>
-
 #define ROOT_TRACE(level, function, statement, ...)                                                \
     DOVRA_TRACE(debugHandler_, level, "ConfigSm", function, DovraCode::Statements::statement,      \
                 __VA_ARGS__)
@@ -74,9 +72,7 @@ using DovraCode::printed;
 
 inline bool ConfigSm::mergedAtOnce(VlanSubIntf &vlanSubIntf, LagPhyIntfOutputColl *seen,
                                    Lag::LagPhyIntfConfig::PhyIntfMap const &lagMembers) {
-    using Members = Lag::LagPhyIntfConfig::PhyIntfMap;
-    std::array<Iftel::IntfId, Members::smallEntries> room;
-    auto const members = lagMembers.smallKeys(room);
+    auto const members = lagMembers.unordered();
     if (members.empty() || debugHandler_->levelMask() != 0 || !vlanSubIntf.inDirectory() ||
         vlanSubIntf.publisher().hasSubscribers()) {
         return false;
@@ -118,26 +114,35 @@ ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
                       "into( vlanSubIntfConfigDir.config[ vlanId ].intf[ intfId ] ): inserting "
                       "k1={}, k2={}, value={}",
                       printed(vlanId), printed(intfId), printed(intfId));
-    auto const vlanSubIntf = config->intfIs(intfId);
+    auto const hold = config->intfIs(intfId);
+    VlanSubIntf &vlanSubIntf = *hold;
     VLAN_STREAM_TRACE(7, intoTagOnEgress, "into( vlanSubIntf.tagOnEgress ): inserting value={}",
                       printed(vlanPortConfig.tagOnEgress));
-    vlanSubIntf->tagOnEgressIs(vlanPortConfig.tagOnEgress);
+    vlanSubIntf.tagOnEgressIs(vlanPortConfig.tagOnEgress);
     VLAN_STREAM_TRACE(7, intoDirection,
                       "into( vlanSubIntf.allowedTrafficDirection ): inserting value={}",
                       printed(vlanPortConfig.allowedTrafficDirection));
-    vlanSubIntf->allowedTrafficDirectionIs(vlanPortConfig.allowedTrafficDirection);
+    vlanSubIntf.allowedTrafficDirectionIs(vlanPortConfig.allowedTrafficDirection);
     if (!passesPortChannelFilter(intfId)) {
         return;
     }
     auto const parentIntfId = Iftel::SubIntfId::parentIntfId(intfId);
     VlanSubIntfStatusLib::VidIntf const vidIntf{intfId, vlanId};
-    auto const status = localAttrStore_->lagVlanStatusIs(parentIntfId)->valueIs();
+    // An entry that says so is in the index with its pair.
+    std::uint32_t const index = localAttrStore_->creationSerial();
+    Qor::Ptr<VlanSubIntfStatusLib::VlanStatus> status;
+    if (vlanSubIntf.listedIn() != index) {
+        status = localAttrStore_->lagVlanStatusIs(parentIntfId)->valueIs();
+    }
     VLAN_STREAM_TRACE(7, intoIntfToVlanMap,
                       "into( lagVlanStatus[ parentIntfId ].intfToVlanMap[ vidIntf ] ): inserting "
                       "k1={}, k2={}",
                       printed(parentIntfId), fmt::streamed(vidIntf));
-    status->intfToVlanMapIs(vidIntf, vlanSubIntf);
-    auto const lag = lagPhyIntfMapping_->lagPhyIntfConfig(parentIntfId);
+    if (status) {
+        status->intfToVlanMapIs(vidIntf, hold, index);
+    }
+    auto const *const lag =
+        Qor::Impl::entityOf(lagPhyIntfMapping_->lagPhyIntfConfig(), parentIntfId);
     if (!lag) {
         // The pair stays in the index: the LAG stream finds it when members come up.
         VLAN_STREAM_TRACE(6, filterLagConfig,
@@ -145,7 +150,7 @@ ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
                           "terminating pipeline");
         return;
     }
-    auto const &phyIntf = (*lag)->phyIntf();
+    auto const &phyIntf = lag->phyIntf();
     VLAN_STREAM_TRACE(6, foreachPhyIntf,
                       "foreach( ( *lagPhyIntfMapping.lagPhyIntfConfig[ parentIntfId ] ).phyIntf ) "
                       "flattening {} elements",
@@ -153,13 +158,14 @@ ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
     if (phyIntf.empty()) {
         return;
     }
-    auto const seen = lagPhyIntfSeen(vlanSubIntf);
-    if (mergedAtOnce(*vlanSubIntf, seen.get(), phyIntf)) {
+    auto const seen = lagPhyIntfSeen(hold);
+    if (mergedAtOnce(vlanSubIntf, seen.get(), phyIntf)) {
         return;
     }
+    Qor::Ptr<Lag::LagPhyIntfConfig const> const lagHold(lag);
     for (auto member = phyIntf.iterator(); member; member.advance()) {
         VLAN_STREAM_TRACE(9, foreachPhyIntf, "Flattening element: {}", printed(member.key()));
-        merge(vlanId, intfId, *vlanSubIntf, seen.get(), member.key(), true);
+        merge(vlanId, intfId, vlanSubIntf, seen.get(), member.key(), true);
     }
 }
 
@@ -247,9 +253,10 @@ void ConfigSm::eventToLagUpdateStream(
         ROOT_TRACE(9, __func__, foreachVidIntf, "Flattening element: {}",
                    fmt::streamed(vidIntf.key()));
         auto const &[intfId, vlanId] = vidIntf.key();
-        if (auto const *const node = vidIntf.node(); node && node->beside()) {
-            auto const seen = lagPhyIntfSeen(node->beside());
-            merge(vlanId, intfId, *node->beside(), seen.get(), lagMemberId, add);
+        if (auto const *const node = vidIntf.node(); node && node->beside().entry()) {
+            auto const &vlanSubIntf = node->beside().entry();
+            auto const seen = lagPhyIntfSeen(vlanSubIntf);
+            merge(vlanId, intfId, *vlanSubIntf, seen.get(), lagMemberId, add);
         } else {
             eventToQuam_pipeline0(vlanId, intfId, lagMemberId, add);
         }

@@ -33,10 +33,10 @@ class LagPhyIntfOutputColl final : public Qor::PtrInterface,
     SeenSet::Node const *seenIs(LagPhyIntfOutputKey const &key) {
         return seen_.newMemberG({key}).first;
     }
-    /// Mark several members, none of them twice.
-    void seenAre(std::span<Iftel::IntfId const> members) {
-        seen_.newMembersG(members, [](Iftel::IntfId member) {
-            return SeenSet::Node{{member, true}};
+    /// Mark the keys of several entries of a collection.
+    template <class Node> void seenAre(std::span<Node const> members) {
+        seen_.newMembersG(members, [](Node const &member) {
+            return SeenSet::Node{{member.key(), true}};
         });
     }
     void seenDel(LagPhyIntfOutputKey const &key);

@@ -19,6 +19,8 @@
 #include "platform/Qor/HashMap2018.h"
 #include "platform/Qor/Pool.h"
 
+#include <atomic>
+#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -49,11 +51,12 @@ class NUVIO_EXPORT VlanSubIntf final : public Qor::DerivedEntity,
         return lagPhyIntf_.memberHas(member);
     }
     void lagPhyIntfIs(Iftel::IntfId member) { keyIs(lagPhyIntf_, lagPhyIntfAttribute, member); }
-    /// The same for several, none of them twice. Requires: nobody observes the entry.
-    void lagPhyIntfAre(std::span<Iftel::IntfId const> members) {
+    /// The same for the keys of several entries of a collection. Requires: nobody observes this
+    /// one.
+    template <class Node> void lagPhyIntfAre(std::span<Node const> members) {
         NUVIO_DEBUG_ASSERT(!publisher().hasSubscribers());
-        lagPhyIntf_.newMembersG(members,
-                                [](Iftel::IntfId member) { return LagPhyIntfSet::Node{member}; });
+        lagPhyIntf_.newMembersG(
+            members, [](Node const &member) { return LagPhyIntfSet::Node{member.key()}; });
     }
     void lagPhyIntfDel(Iftel::IntfId member) {
         memberDel(lagPhyIntf_, lagPhyIntfAttribute, member);
@@ -69,6 +72,21 @@ class NUVIO_EXPORT VlanSubIntf final : public Qor::DerivedEntity,
         attributeIs(allowedTrafficDirection_, allowedTrafficDirectionAttribute, direction);
     }
 
+    /// Where the entry is listed, as who keeps such a list says, so that it need not search there
+    /// for what it has listed: a number that no other list has; 0 for nowhere. A list may be let go
+    /// of on any thread.
+    [[nodiscard]] std::uint32_t listedIn() const noexcept {
+        return threadSafePointers_ ? std::atomic_ref(listedIn_).load(std::memory_order_relaxed)
+                                   : listedIn_;
+    }
+    void listedInIs(std::uint32_t list) noexcept {
+        if (threadSafePointers_) [[unlikely]] {
+            std::atomic_ref(listedIn_).store(list, std::memory_order_relaxed);
+        } else {
+            listedIn_ = list;
+        }
+    }
+
     [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;
 
@@ -81,6 +99,7 @@ class NUVIO_EXPORT VlanSubIntf final : public Qor::DerivedEntity,
     bool tagOnEgress_ = false;
     Bridging::AllowedTrafficDirection allowedTrafficDirection_ =
         Bridging::AllowedTrafficDirection::none;
+    mutable std::uint32_t listedIn_ = 0;
     LagPhyIntfSet::Room room_;
 };
 static_assert(sizeof(VlanSubIntf) <= 128, "two cache lines");
@@ -167,6 +186,12 @@ class NUVIO_EXPORT VlanSubIntfConfigDir final : public Qor::DerivedEntity,
         return known ? Qor::Ptr<VlanSubIntfConfig>(known) : configMade(id);
     }
     void configDel(Bridging::VlanId id);
+    /// Have the cache lines fetched that a look-up of config[ id ].intf[ intfId ] touches.
+    void prefetch(Bridging::VlanId id, Iftel::IntfId intfId) const noexcept {
+        if (auto const *const known = byNumber_.at(id)) {
+            known->intf().prefetch(intfId);
+        }
+    }
 
     [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;
     [[nodiscard]] Qor::FwkType fwkType() const noexcept override;

@@ -22,6 +22,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace VlanSubIntfStatusLib {
 
@@ -47,7 +48,33 @@ class NUVIO_EXPORT VlanStatus final : public Qor::DerivedEntity,
     static constexpr std::string_view qorTypeName = "VlanSubIntfStatusLib::VlanStatus";
     static constexpr short intfToVlanMapAttribute = 130;
     using Entry = Qor::Ptr<VlanSubIntfConfigLib::VlanSubIntf>;
-    using VidIntfSet = Qor::HashMap2018<VidIntf, Qor::Beside<Entry>, 0x97B30F52>;
+    /// What is kept beside a pair: the entry that the pair stands for, or null. As long as it is,
+    /// the entry says in which list; see VlanSubIntf::listedIn().
+    class Listing {
+      public:
+        Listing() noexcept = default;
+        Listing(Entry const &entry, std::uint32_t list) noexcept : entry_(entry) {
+            listedInIs(list);
+        }
+        Listing(Listing &&) noexcept = default;
+        Listing &operator=(Listing &&other) noexcept {
+            Listing(std::move(other)).entry_.swap(entry_);
+            return *this;
+        }
+        ~Listing() { listedInIs(0); }
+
+        [[nodiscard]] Entry const &entry() const noexcept { return entry_; }
+        [[nodiscard]] auto *get() const noexcept { return entry_.get(); }
+        void listedInIs(std::uint32_t list) const noexcept {
+            if (auto *const entry = entry_.get()) {
+                entry->listedInIs(list);
+            }
+        }
+
+      private:
+        Entry entry_;
+    };
+    using VidIntfSet = Qor::HashMap2018<VidIntf, Qor::Beside<Listing>, 0x97B30F52>;
 
     VlanStatus() noexcept = default;
     ~VlanStatus() override { intfToVlanMap_.emptyLater(); }
@@ -57,8 +84,9 @@ class NUVIO_EXPORT VlanStatus final : public Qor::DerivedEntity,
         return intfToVlanMap_.memberHas(pair);
     }
     /// Insert a pair. `entry` is the output entry that it stands for, if the writer has it at hand:
-    /// it is kept beside the pair, so that who walks over the pairs need not look it up.
-    void intfToVlanMapIs(VidIntf const &pair, Entry const &entry = nullptr);
+    /// it is kept beside the pair, so that who walks over the pairs need not look it up. As long as
+    /// it is, it is listed in `list`, so that the writer need not write the pair again.
+    void intfToVlanMapIs(VidIntf const &pair, Entry const &entry = nullptr, std::uint32_t list = 0);
     void intfToVlanMapDel(VidIntf const &pair);
 
     [[nodiscard]] static std::span<Qor::Attribute const> qorAttributes() noexcept;

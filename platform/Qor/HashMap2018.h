@@ -105,11 +105,24 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
     /// The entry of that key; null if there is none.
     [[nodiscard]] Node const *lookupNodeG(View key) const noexcept { return find(key); }
     [[nodiscard]] bool memberHas(View key) const noexcept { return find(key) != nullptr; }
+    /// The same as lookupNodeG(), quicker for the entry inserted or replaced last: for who hears of
+    /// a change and wants to see it.
+    [[nodiscard]] Node const *lookupChangedG(View key) const noexcept {
+        if (isTable()) {
+            if (Node const *const changed = table().changed(key)) [[likely]] {
+                return changed;
+            }
+        }
+        return find(key);
+    }
 
     /// The most entries of a small map.
     static constexpr std::uint32_t smallEntries = 8;
-    /// The keys of a small map in the order of the walk, copied into `room`; none of any other.
-    std::span<K const> smallKeys(std::array<K, smallEntries> &room) const noexcept;
+    /// The entries of a small map as they lie, which is the order in which they came as long as
+    /// none is removed; none of any other map. Valid until the map changes.
+    [[nodiscard]] std::span<Node const> unordered() const noexcept {
+        return {smallNodes(), isSmall() ? size() : 0};
+    }
 
     /// Have the cache lines fetched that a look-up of that key touches.
     void prefetch(View key) const noexcept {
@@ -133,7 +146,7 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
     /// the map; what it throws leaves the map as it was.
     template <class Create> std::pair<Node *, bool> newMemberG(View key, Create create);
     /// Insert into a set those keys of several that are not there already. Nothing is searched for
-    /// as long as they are the first ones that came, in this order, and for those behind the last.
+    /// where those that are there are the first ones that came, in this order.
     /// `nodeOf( source )` makes an entry. Requires: no key twice.
     template <class Source, class NodeOf>
     void newMembersG(std::span<Source const> sources, NodeOf nodeOf);
@@ -141,8 +154,12 @@ template <class K, class V, std::uint32_t TypeConstant, class KeyOf = StoredKey>
     Optional<Node> deleteMemberG(View key);
     /// Give an entry of this map another value.
     template <class U> void replaceValue(Node const &node, U &&value) {
-        const_cast<Node &>(node).value_ = std::forward<U>(value);
+        auto &replaced = const_cast<Node &>(node);
+        replaced.value_ = std::forward<U>(value);
         touch();
+        if (isTable()) {
+            table().changedIs(replaced);
+        }
     }
     /// Make room for so many entries in all.
     void reserve(std::uint32_t entries) {
@@ -404,7 +421,7 @@ template <class K, class V, std::uint32_t C, class KeyOf>
         auto &&key = node.key();
         return table().locate(hash, Traits::view(key), state_).first;
     };
-    if (count_ == capacityInEntries()) {
+    if (!isTable() || count_ == table().room()) {
         rebuild(homeBitsFor(count_ + 1));
         slot = locateAgain();
     }
@@ -426,9 +443,11 @@ void HashMap2018<K, V, C, KeyOf>::newMembersG(std::span<Source const> sources, N
     if (isSmall() && sources.size() <= smallEntries) {
         std::uint32_t const entries = size();
         std::size_t const both = std::min<std::size_t>(entries, sources.size());
-        while (next < both && smallNodes()[next].key() == nodeOf(sources[next]).key()) {
-            ++next;
+        bool areTheFirst = true; // most often they are, so all are compared and no branch taken
+        for (std::size_t i = 0; i < both; ++i) {
+            areTheFirst &= smallNodes()[i].key() == nodeOf(sources[i]).key();
         }
+        next = areTheFirst ? both : 0;
         if (next == entries && next < sources.size()) { // none of the others is there
             auto const size = static_cast<std::uint32_t>(sources.size());
             reserve(size);
@@ -547,22 +566,6 @@ std::uint32_t HashMap2018<K, V, C, KeyOf>::smallOrder() const noexcept {
 }
 
 template <class K, class V, std::uint32_t C, class KeyOf>
-std::span<K const>
-HashMap2018<K, V, C, KeyOf>::smallKeys(std::array<K, smallEntries> &room) const noexcept {
-    if (!isSmall()) {
-        return {};
-    }
-    smallOrderFind();
-    std::uint32_t const entries = size();
-    Node const *const nodes = smallNodes();
-    std::uint32_t order = count_ >> orderShift;
-    for (std::uint32_t place = 0; place < entries; ++place, order >>= 3) {
-        room[place] = nodes[order & 7].key();
-    }
-    return {room.data(), entries};
-}
-
-template <class K, class V, std::uint32_t C, class KeyOf>
 std::uint32_t HashMap2018<K, V, C, KeyOf>::lowerBound(View key) const noexcept {
     std::uint32_t const hash = hashOf(key);
     if (isTable()) {
@@ -630,7 +633,7 @@ void HashMap2018<K, V, C, KeyOf>::tableRebuild(unsigned bits, std::uint32_t tail
     for (std::uint32_t place = firstFrom(0); place < places(); place = firstFrom(place + 1)) {
         reach = std::max(reach, Table::home(hashAt(place), digits)) + 1;
     }
-    Table &bigger = *Table::make(std::max(reach, 1U << bits) + tail);
+    Table &bigger = *Table::make(std::max(reach, 1U << bits) + tail, Table::roomFor(bits));
     std::uint32_t const entries = size();
     std::uint32_t to = 0;
     for (std::uint32_t place = firstFrom(0); place < places(); place = firstFrom(place + 1)) {

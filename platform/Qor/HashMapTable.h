@@ -75,13 +75,13 @@ template <class Node, class Traits> class alignas(8) HashTable {
         return (hash - 1) >> (~digits & 31);
     }
 
-    /// An empty table of so many slots. Throws std::bad_alloc.
-    [[nodiscard]] static HashTable *make(std::uint32_t slotCount) {
+    /// An empty table of so many slots, for so many entries. Throws std::bad_alloc.
+    [[nodiscard]] static HashTable *make(std::uint32_t slotCount, std::uint32_t room) {
         std::size_t const size = bytes(slotCount);
         bool const isLarge = size > Pool::maxKept; // then it is not touched before it is written
         auto *const block = static_cast<std::byte *>(
             mapArrayCounted(isLarge ? Pool::allocateZeroed(size) : Pool::allocate(size), size));
-        auto *const table = new (block + nodesBytes(slotCount)) HashTable(slotCount);
+        auto *const table = new (block + nodesBytes(slotCount)) HashTable(slotCount, room);
         if (!isLarge) {
             std::memset(table->hashes(), 0, sizeof(std::uint32_t) * slotCount);
         }
@@ -112,6 +112,8 @@ template <class Node, class Traits> class alignas(8) HashTable {
     }
 
     [[nodiscard]] std::uint32_t slots() const noexcept { return slots_; }
+    /// How many entries it takes.
+    [[nodiscard]] std::uint32_t room() const noexcept { return room_; }
     [[nodiscard]] Node *node(std::uint32_t slot) noexcept {
         return reinterpret_cast<Node *>(this) - 1 - slot;
     }
@@ -140,24 +142,19 @@ template <class Node, class Traits> class alignas(8) HashTable {
     }
     /// `digits`: the table's homeDigits(), here and below.
     [[nodiscard]] Node *find(std::uint32_t hash, View key, unsigned digits) noexcept {
-        if (Node *const near = findNear(hash, key, digits)) [[likely]] {
+        std::uint32_t const slot = home(hash, digits);
+        unsigned const equal = equalBits(slot, hash);
+        if (Node *const near = findNear(slot, equal, key)) [[likely]] {
             return near;
         }
-        return findFar(hash, key, digits);
+        // Where no hash is equal, a gap says that the key is not there.
+        return equal == 0 && equalBits(slot, freeSlot) != 0 ? nullptr : findFar(hash, key, digits);
     }
     /// The same, but only the first slots from the key's home on are looked at, and of those the
     /// first one of that hash.
     [[nodiscard]] Node *findNear(std::uint32_t hash, View key, unsigned digits) noexcept {
         std::uint32_t const slot = home(hash, digits);
-        Node *const first = node(slot);
-        __builtin_prefetch(first); // on its way while the hashes are compared
-        if (unsigned const equal = equalBits(slot, hash); equal != 0) [[likely]] {
-            Node *const there = first - static_cast<unsigned>(std::countr_zero(equal)) / 2;
-            if (Traits::equal(Traits::view(there->key()), key)) [[likely]] {
-                return there;
-            }
-        }
-        return nullptr;
+        return findNear(slot, equalBits(slot, hash), key);
     }
     /// The whole search, for a key that is not near, or not there.
     [[nodiscard, gnu::noinline]] Node *findFar(std::uint32_t hash, View key,
@@ -199,9 +196,18 @@ template <class Node, class Traits> class alignas(8) HashTable {
         }
         return true;
     }
+    /// The entry inserted or replaced last, if it has that key.
+    [[nodiscard]] Node *changed(View key) noexcept {
+        Node *const there = node(changed_);
+        bool const isIt =
+            hashes()[changed_] != freeSlot && Traits::equal(Traits::view(there->key()), key);
+        return isIt ? there : nullptr;
+    }
+    void changedIs(Node const &entry) noexcept { changed_ = slotOf(&entry); }
     /// Construct an entry in an open slot.
     Node *put(std::uint32_t slot, std::uint32_t hash, Node &&entry) noexcept {
         hashes()[slot] = hash;
+        changed_ = slot;
         return std::construct_at(node(slot), std::move(entry));
     }
     /// Take the entry out and shift those behind it back, as far as their homes allow.
@@ -228,8 +234,21 @@ template <class Node, class Traits> class alignas(8) HashTable {
     /// Slots that a search goes through before it leaps.
     static constexpr std::uint32_t leapAfter = 16;
 
-    explicit HashTable(std::uint32_t slotCount) noexcept : slots_(slotCount) {}
+    HashTable(std::uint32_t slotCount, std::uint32_t room) noexcept
+        : slots_(slotCount), room_(room) {}
 
+    /// `equal`: the equalBits() of that slot and the key's hash.
+    [[nodiscard]] Node *findNear(std::uint32_t slot, unsigned equal, View key) noexcept {
+        Node *const first = node(slot);
+        __builtin_prefetch(first); // on its way while the hashes are compared
+        if (equal != 0) [[likely]] {
+            Node *const there = first - static_cast<unsigned>(std::countr_zero(equal)) / 2;
+            if (Traits::equal(Traits::view(there->key()), key)) [[likely]] {
+                return there;
+            }
+        }
+        return nullptr;
+    }
     void moveNode(std::uint32_t slot, std::uint32_t from) noexcept {
         hashes()[slot] = hashes()[from];
         std::construct_at(node(slot), std::move(*node(from)));
@@ -271,6 +290,8 @@ template <class Node, class Traits> class alignas(8) HashTable {
                                                                std::uint32_t hash) const noexcept;
 
     std::uint32_t slots_;
+    std::uint32_t room_;
+    std::uint32_t changed_ = 0; ///< where the entry changed last lay then
 };
 
 template <class Node, class Traits>

@@ -17,19 +17,22 @@ std::ostream &operator<<(std::ostream &out, VidIntf const &pair) {
     return out << "intfId=" << pair.intfId << " vlanId=" << pair.vlanId;
 }
 
-void VlanStatus::intfToVlanMapIs(VidIntf const &pair, Entry const &entry) {
-    using Node = VidIntfSet::Node;
-    auto const [node, isNew] = intfToVlanMap_.newMemberG(pair, [&] { return Node{pair, entry}; });
+void VlanStatus::intfToVlanMapIs(VidIntf const &pair, Entry const &entry, std::uint32_t list) {
+    auto const [node, isNew] = intfToVlanMap_.newMemberG(pair, [&] {
+        return VidIntfSet::Node{pair, Listing(entry, list)};
+    });
     if (isNew) {
         VidIntf const key = pair;
         publishChange(intfToVlanMapAttribute, &key);
-    } else if (node->beside_ != entry) {
-        node->beside_ = entry;
+    } else {
+        node->beside_ = Listing(); // the former entry is let go of first: it may be the same
+        node->beside_ = Listing(entry, list);
     }
 }
 
 void VlanStatus::intfToVlanMapDel(VidIntf const &pair) {
-    memberDel(intfToVlanMap_, intfToVlanMapAttribute, pair);
+    memberDel(intfToVlanMap_, intfToVlanMapAttribute, pair,
+              [](VidIntfSet::Node const &removed) { removed.beside().listedInIs(0); });
 }
 
 std::span<Qor::Attribute const> VlanStatus::qorAttributes() noexcept {

@@ -168,7 +168,7 @@ TEST_F(PipelinesLag, APairThatWasWrittenWithoutItsEntryFindsItInTheDirectory) {
     startReady();
     auto const status = machine->localAttrStore()->lagVlanStatus(id("PortChannel10"))->value();
     status->intfToVlanMapIs({id("PortChannel10.100"), VlanId(100)});
-    EXPECT_EQ((*status->intfToVlanMap().iterator().node()).beside(), nullptr);
+    EXPECT_EQ(status->intfToVlanMap().iterator().node()->beside().entry(), nullptr);
     joined("PortChannel10", "Ethernet1");
     EXPECT_EQ(output(), (Output{{100, {{"PortChannel10.100", {true, both, {"Ethernet1"}}}}}}));
     left("PortChannel10", "Ethernet1");

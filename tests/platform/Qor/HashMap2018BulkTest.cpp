@@ -1,5 +1,5 @@
-// Several keys at once into a set, the keys of a small map at once, and a map whose first array is
-// part of its owner.
+// Several keys at once into a set, the entries of a small map at once, and a map whose first array
+// is part of its owner.
 #include "platform/Qor/HashMap2018.h"
 #include "platform/Qor/Pool.h"
 #include "tests/support/Census.h"
@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <new>
 #include <span>
@@ -132,25 +131,30 @@ TEST_F(HashMap2018BulkTest, WithoutMemoryNothingIsInserted) {
     EXPECT_TRUE(set.empty());
 }
 
-TEST_F(HashMap2018BulkTest, TheKeysOfASmallMapComeInTheOrderOfItsWalk) {
-    Map map;
-    for (std::uint64_t count = 0; count <= most; ++count) {
-        std::array<Key, most> room;
-        Numbers numbers;
-        for (Key const key : map.smallKeys(room)) {
-            numbers.push_back(key.number);
-        }
-        EXPECT_EQ(numbers, walk(map));
-        EXPECT_EQ(numbers.size(), count);
-        map.newMemberG({{count}, 0});
+Numbers unordered(Map const &map) {
+    Numbers numbers;
+    for (Map::Node const &node : map.unordered()) {
+        EXPECT_EQ(node.value(), 10 * node.key().number);
+        numbers.push_back(node.key().number);
     }
+    return numbers;
 }
 
-TEST_F(HashMap2018BulkTest, ATableHandsOutNoKeysEvenWithFewEntries) {
+TEST_F(HashMap2018BulkTest, TheEntriesOfASmallMapAreAtHandAsTheyCame) {
+    Map map;
+    EXPECT_THAT(unordered(map), IsEmpty());
+    for (std::uint64_t count = 1; count <= most; ++count) {
+        map.newMemberG({{count}, 10 * count});
+        EXPECT_EQ(unordered(map), upTo(count));
+    }
+    map.deleteMemberG({2});
+    EXPECT_THAT(unordered(map), UnorderedElementsAreArray(walk(map)));
+}
+
+TEST_F(HashMap2018BulkTest, ATableHandsOutNoEntriesEvenIfItHasFew) {
     Map map(20);
-    map.newMemberG({{1}, 0});
-    std::array<Key, most> room;
-    EXPECT_THAT(map.smallKeys(room), IsEmpty());
+    map.newMemberG({{1}, 10});
+    EXPECT_THAT(unordered(map), IsEmpty());
 }
 
 /// An owner with room for a small set.

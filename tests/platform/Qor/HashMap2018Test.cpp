@@ -53,6 +53,21 @@ TYPED_TEST(HashMap2018Test, FindsWhatWasInserted) {
     EXPECT_EQ(this->find(8), nullptr);
 }
 
+TYPED_TEST(HashMap2018Test, FindsTheEntryThatWasChangedLastWhereverItsNeighboursPushedIt) {
+    for (std::uint32_t i = 0; i < 100; ++i) {
+        this->insert(i);
+        EXPECT_NE(this->find(i), nullptr) << "inserted";
+        this->replace(i, 1);
+        EXPECT_NE(this->find(i), nullptr) << "replaced";
+        EXPECT_EQ(this->find(i + 1), nullptr) << "never there";
+        if (i % 3 == 0) {
+            this->erase(i);
+            EXPECT_EQ(this->find(i), nullptr) << "deleted";
+        }
+    }
+    this->check(110);
+}
+
 TYPED_TEST(HashMap2018Test, KeysAreUnique) {
     this->insert(7, 70);
     auto const *const former = this->find(7);

@@ -201,9 +201,12 @@ template <class Variant> class Modelled {
         }
         return false;
     }
+    /// Both look-ups find the same.
     typename Map::Node const *find(std::uint32_t i) {
         auto const key = variant.key(i);
-        return map.lookupNodeG(Traits::view(key));
+        auto const *const node = map.lookupNodeG(Traits::view(key));
+        EXPECT_EQ(map.lookupChangedG(Traits::view(key)), node) << i;
+        return node;
     }
     typename Map::Iterator iteratorFrom(std::uint32_t i) {
         auto const key = variant.key(i);

@@ -1,4 +1,5 @@
 #include "platform/Qor/GenericIf.h"
+#include "platform/Qor/Pool.h"
 #include "platform/VlanSubIntfConfigDir.h"
 #include "platform/VlanSubIntfStatusLib.h"
 #include "tests/support/Census.h"
@@ -6,7 +7,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <initializer_list>
 #include <sstream>
 #include <unordered_map>
 #include <utility>
@@ -158,7 +161,7 @@ class VlanStatusEntryTest : public VlanStatusTest {
         return Qor::make<VlanSubIntfConfigLib::VlanSubIntf>(itsPair.intfId);
     }
     [[nodiscard]] Entry beside(VidIntf const &itsPair) const {
-        return Qor::required(status->intfToVlanMap().lookupNodeG(itsPair)).beside();
+        return Qor::required(status->intfToVlanMap().lookupNodeG(itsPair)).beside().entry();
     }
     [[nodiscard]] std::uint32_t stamp() const { return status->intfToVlanMap().stamp(); }
 
@@ -248,6 +251,74 @@ TEST_F(VlanStatusEntryTest, IsThereWhenThePairIsPublished) {
     observer.reactionIs([this](auto const &notice) { EXPECT_EQ(beside(*notice.key), entry); });
     status->intfToVlanMapIs(pair, entry);
     EXPECT_EQ(observer.notices().size(), 1U);
+}
+
+// What an entry says about where it is listed.
+
+constexpr std::uint32_t list = 7;
+
+TEST_F(VlanStatusEntryTest, AnEntrySaysWhereItIsListedFromTheNoticeOnUntilItsPairGoes) {
+    EXPECT_EQ(entry->listedIn(), 0U);
+    observer.reactionIs([this](auto const &notice) {
+        EXPECT_EQ(entry->listedIn(), status->intfToVlanMap(*notice.key) ? list : 0U);
+    });
+    status->intfToVlanMapIs(pair, entry, list);
+    EXPECT_EQ(entry->listedIn(), list);
+    status->intfToVlanMapDel(pair);
+    EXPECT_EQ(observer.notices().size(), 2U);
+    EXPECT_EQ(entry->listedIn(), 0U);
+}
+
+TEST_F(VlanStatusEntryTest, AnEntryWrittenAgainIsListedWhereItWasWrittenLast) {
+    status->intfToVlanMapIs(pair, entry, list);
+    status->intfToVlanMapIs(pair, entry, list);
+    EXPECT_EQ(entry->listedIn(), list);
+    status->intfToVlanMapIs(pair, entry, list + 1);
+    EXPECT_EQ(entry->listedIn(), list + 1);
+}
+
+TEST_F(VlanStatusEntryTest, AnEntryThatIsReplacedIsNotListedAnyMore) {
+    status->intfToVlanMapIs(pair, entry, list);
+    auto const successor = entryOf(pair);
+    status->intfToVlanMapIs(pair, successor, list);
+    EXPECT_EQ(entry->listedIn(), 0U);
+    EXPECT_EQ(successor->listedIn(), list);
+    status->intfToVlanMapIs(pair);
+    EXPECT_EQ(successor->listedIn(), 0U) << "the pair is there, without an entry";
+}
+
+TEST_F(VlanStatusEntryTest, EntriesStayListedWhenTheSetGrowsAndShrinks) {
+    std::vector<Entry> entries;
+    auto const pairOf = [](std::uint16_t number) {
+        return VidIntf{IntfId("PortChannel10.100"), VlanId(number)};
+    };
+    for (std::uint16_t number = 0; number < 40; ++number) {
+        entries.push_back(entryOf(pairOf(number)));
+        status->intfToVlanMapIs(pairOf(number), entries.back(), list);
+    }
+    for (std::uint16_t number = 0; number < 40; number += 3) {
+        status->intfToVlanMapDel(pairOf(number));
+    }
+    for (std::uint16_t number = 0; number < 40; ++number) {
+        EXPECT_EQ(entries[number]->listedIn(), number % 3 == 0 ? 0U : list) << number;
+    }
+}
+
+TEST_F(VlanStatusEntryTest, NoEntryIsListedInAStatusThatIsGoneHoweverLarge) {
+    for (std::uint16_t const pairs : std::initializer_list<std::uint16_t>{3, 100, 10'000}) {
+        std::vector<Entry> entries;
+        auto gone = Qor::make<VlanStatus>();
+        for (std::uint16_t number = 0; number < pairs; ++number) {
+            VidIntf const its{IntfId("PortChannel10.100"), VlanId(number)};
+            entries.push_back(entryOf(its));
+            gone->intfToVlanMapIs(its, entries.back(), list);
+        }
+        gone = nullptr;
+        static_cast<void>(Qor::census()); // what is taken apart later is now
+        EXPECT_TRUE(std::ranges::all_of(entries, [](Entry const &its) {
+            return its->listedIn() == 0;
+        })) << pairs;
+    }
 }
 
 TEST_F(VlanStatusEntryTest, IsNotSeenThroughTheGenericInterface) {
