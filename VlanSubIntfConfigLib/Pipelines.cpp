@@ -14,7 +14,8 @@
 // because the VLAN stream deletes the entry before the pair, and the deletion walk deletes only
 // entries that were not written in this run, which have no pair. Both streams have the entry at
 // hand, the LAG stream beside the pair, and hand it on; it is looked up only when it is no longer
-// the directory's.
+// the directory's. An entry in the index says so, by the creation serial of the store that the
+// index is in, as long as its pair is there: the VLAN stream need not write that pair again.
 #include "VlanSubIntfConfigLib/Trace.h"
 #include "VlanSubIntfConfigLib/VlanSubIntfConfigLib.h"
 

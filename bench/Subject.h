@@ -1,10 +1,11 @@
 // What the benchmark drives: a system that holds the two inputs and keeps the output derived.
 //
-//     Join<P0> ...      hand-written joins in different materials (Peers.h)
-//     RecordingJoin     P0s: P0 that records what it writes in a start, and checks the output
-//     (RecordingJoin.h) Sqlite            P3: tables and triggers (Sqlite.h) Recompute         P4:
-//     all anew for every batch (Recompute.h) Machine           the library, through its public
-//     interface (Machine.h)
+//     Join<P0> ...   hand-written joins in different materials (Peers.h)
+//     RecordingJoin  P0s: P0 that records what it writes in a start, and checks the output
+//                    against that (RecordingJoin.h)
+//     Sqlite         P3: tables and triggers (Sqlite.h)
+//     Recompute      P4: all anew for every batch (Recompute.h)
+//     Machine        the library, through its public interface (Machine.h)
 //
 // Each holds its own inputs, so the cost of writing them counts for all alike.
 #pragma once
