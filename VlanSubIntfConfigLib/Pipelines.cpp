@@ -142,8 +142,7 @@ ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
     if (status) {
         status->intfToVlanMapIs(vidIntf, hold, index);
     }
-    auto const *const lag =
-        Qor::Impl::entityOf(lagPhyIntfMapping_->lagPhyIntfConfig(), parentIntfId);
+    auto const *const lag = lagPhyIntfMapping_->lagPhyIntfConfig().lookupNodeG(parentIntfId);
     if (!lag) {
         // The pair stays in the index: the LAG stream finds it when members come up.
         VLAN_STREAM_TRACE(6, filterLagConfig,
@@ -151,7 +150,7 @@ ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
                           "terminating pipeline");
         return;
     }
-    auto const &phyIntf = lag->phyIntf();
+    auto const &phyIntf = lag->value()->phyIntf();
     VLAN_STREAM_TRACE(6, foreachPhyIntf,
                       "foreach( ( *lagPhyIntfMapping.lagPhyIntfConfig[ parentIntfId ] ).phyIntf ) "
                       "flattening {} elements",
@@ -163,7 +162,7 @@ ConfigSm::memberPresent(Bridging::VlanId vlanId, Iftel::IntfId intfId,
     if (mergedAtOnce(vlanSubIntf, seen.get(), phyIntf)) {
         return;
     }
-    Qor::Ptr<Lag::LagPhyIntfConfig const> const lagHold(lag);
+    Qor::Ptr<Lag::LagPhyIntfConfig const> const lagHold(lag->value());
     for (auto member = phyIntf.iterator(); member; member.advance()) {
         VLAN_STREAM_TRACE(9, foreachPhyIntf, "Flattening element: {}", printed(member.key()));
         merge(vlanId, intfId, vlanSubIntf, seen.get(), member.key(), true);

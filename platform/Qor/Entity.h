@@ -56,12 +56,6 @@ inline constexpr bool assertsUnheard = false;
 inline constexpr bool assertsUnheard = true;
 #endif
 
-/// The pointer to an entry's entity, and no reference taken; null for no entry.
-template <class Map> auto *entityOf(Map const &map, typename Map::View key) noexcept {
-    auto const *const node = map.lookupNodeG(key);
-    return node ? node->value().get() : nullptr;
-}
-
 /// What the mutators of both kinds of entity do with a collection. Self publishes.
 template <class Self> class Collections : public Entity {
   protected:

@@ -96,7 +96,7 @@ auto notice(short attribute, std::uint16_t key) {
 TYPED_TEST(EntityTest, AMissingMemberIsMadeInsertedAndPublished) {
     auto const child = this->entity->memberIs(Id{5});
     EXPECT_EQ(child->id(), Id{5});
-    EXPECT_EQ(Impl::entityOf(this->entity->members, Id{5}), child.get());
+    EXPECT_EQ(required(this->entity->members.lookupNodeG(Id{5})).value(), child);
     EXPECT_THAT(this->observer.notices(), ElementsAre(notice(TypeParam::membersId, 5)));
 }
 
@@ -233,11 +233,6 @@ TYPED_TEST(EntityTest, ASubscriberMayReleaseTheLastReferenceOfTheEntity) {
     raw->keyIs(Id{5});
     EXPECT_THAT(this->observer.notices(), ElementsAre(notice(TypeParam::keysId, 5)));
     EXPECT_EQ(Impl::derivedNotices(), 0);
-}
-
-TEST(Entity, EntityOfAMissingKeyIsNull) {
-    auto const entity = make<Input>();
-    EXPECT_EQ(Impl::entityOf(entity->members, Id{5}), nullptr);
 }
 
 TEST(Entity, PrintsItsTypesNameAndNeverAnAddress) {
