@@ -14,7 +14,6 @@ namespace {
 using Bridging::VlanId;
 using Iftel::IntfId;
 using Iftel::IntfKind;
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 class PipelinesIndex : public TestSupport::CensusTest {
@@ -36,12 +35,10 @@ class PipelinesIndex : public TestSupport::CensusTest {
         return *(*dir->config(vlan))->intf(intfId);
     }
     [[nodiscard]] Qor::Ptr<VlanSubIntf> entry() const { return entry(subIntf); }
-    [[nodiscard]] static bool isIndexed(ConfigSm const &sm, VlanSubIntfStatusLib::VidIntf pair,
-                                        IntfId lag) {
+    [[nodiscard]] bool isIndexed(ConfigSm const &sm) const {
         auto const status = sm.localAttrStore()->lagVlanStatus(lag);
         return status && status->value() && status->value()->intfToVlanMap(pair);
     }
-    [[nodiscard]] bool isIndexed(ConfigSm const &sm) const { return isIndexed(sm, pair, lag); }
     /// Whether a change of the LAG's members reaches the entry.
     [[nodiscard]] bool lagReachesEntry() {
         auto const member = IntfId::intf(IntfKind::ethernet, ++lagMembers);
